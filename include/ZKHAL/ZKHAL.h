@@ -1,0 +1,15 @@
+/* Everything that a host calls. What a host supplies stands apart. */
+#ifndef ZKHAL_ZKHAL_H
+#define ZKHAL_ZKHAL_H
+
+#include "ZKHAL/Diagnostics.h"
+#include "ZKHAL/HALPacket.h"
+#include "ZKHAL/Translation.h"
+#include "ZKHAL/Translator.h"
+#include "ZKHAL/Utilities.h"
+#include "ZKHAL/ZKComponentId.h"
+#include "ZKHAL/ZKExport.h"
+#include "ZKHAL/ZKRobotType.h"
+#include "ZKHAL/ZKVersion.h"
+
+#endif

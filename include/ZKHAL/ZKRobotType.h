@@ -1,0 +1,18 @@
+/* The robot type codes that every interface of the library uses. */
+#ifndef ZKHAL_ZKROBOTTYPE_H
+#define ZKHAL_ZKROBOTTYPE_H
+
+enum {
+    ZK_ROBOT_UNRECOGNISED = 1000,
+    ZK_ROBOT_ORVIK = 1001, /* the large wheeled robot */
+    ZK_ROBOT_PELL = 1002,  /* the small stationary robot */
+    ZK_ROBOT_QUILL = 1003, /* the third wheeled robot, the only one with behaviours (450, 451) */
+    ZK_ROBOT_RUSK = 1004,  /* the separate family: a text shell, no command packets of its own */
+    /* The same robots while their bootloader runs. */
+    ZK_ROBOT_ORVIK_BOOTLOADER = 2001,
+    ZK_ROBOT_PELL_BOOTLOADER = 2002,
+    ZK_ROBOT_QUILL_BOOTLOADER = 2003,
+    ZK_ROBOT_RUSK_BOOTLOADER = 2004
+};
+
+#endif

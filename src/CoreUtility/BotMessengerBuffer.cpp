@@ -1,0 +1,984 @@
+#include "CoreUtility/BotMessengerBuffer.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <utility>
+
+#include "CoreUtility/Assertion.h"
+#include "CoreUtility/Messages.h"
+#include "CoreUtility/Numbers.h"
+#include "CoreUtility/Text.h"
+#include "HAL/RobotMessages/Components.h"
+
+namespace APICore {
+
+namespace {
+
+using HAL::Ctlr2BotMsg;
+using ZKHAL::clampReal;
+using ZKHAL::decimalPrefix;
+using ZKHAL::levelByte;
+using ZKHAL::low16;
+using ZKHAL::low32;
+using ZKHAL::low8;
+using ZKHAL::orEmpty;
+using ZKHAL::printOut;
+using ZKHAL::truncate;
+
+// ---- How one parameter is stored -------------------------------------------------------------------------------
+
+template <class Record, class Field>
+Record& recordOf(void* record, Field Record::*)
+{
+    return *static_cast<Record*>(record);
+}
+
+// The low bits of the integer view, as many as the field has.
+template <auto kField>
+void integer(void* record, const nx_json& value, const ParseContext&)
+{
+    auto& field = recordOf(record, kField).*kField;
+    using Field = std::remove_reference_t<decltype(field)>;
+    field = static_cast<Field>(static_cast<std::make_unsigned_t<Field>>(static_cast<uint64_t>(value.int_value)));
+}
+
+template <auto kField>
+void flag(void* record, const nx_json& value, const ParseContext&)
+{
+    recordOf(record, kField).*kField = value.int_value != 0 ? 1 : 0;
+}
+
+template <auto kField>
+void real(void* record, const nx_json& value, const ParseContext&)
+{
+    recordOf(record, kField).*kField = value.dbl_value;
+}
+
+template <auto kField>
+void degrees(void* record, const nx_json& value, const ParseContext&)
+{
+    recordOf(record, kField).*kField = ZKHAL::radiansFromDegrees(value.dbl_value);
+}
+
+template <auto kField>
+void level(void* record, const nx_json& value, const ParseContext&)
+{
+    recordOf(record, kField).*kField = levelByte(value.dbl_value);
+}
+
+template <auto kField>
+void levelLimited(void* record, const nx_json& value, const ParseContext&)
+{
+    recordOf(record, kField).*kField = levelByte(clampReal(value.dbl_value, 0.0, 1.0));
+}
+
+template <size_t kCount>
+constexpr ParamList listOf(const ParamRow (&rows)[kCount])
+{
+    return {rows, kCount};
+}
+
+constexpr ParamList kNoParams = {nullptr, 0};
+
+// ---- Parameters of each component ------------------------------------------------------------------------------
+
+constexpr ParamRow kPowerParams[] = {{"pwr", ParamView::Integer, integer<&HALPower_t::state>}};
+constexpr ParamRow kPingParams[] = {{"pingID", ParamView::Integer, integer<&HALPing_t::pingId>}};
+constexpr ParamRow kLedParams[] = {{"brightness", ParamView::Level, level<&HALLED_t::brightness>}};
+constexpr ParamRow kLed3Params[] = {
+    {"1", ParamView::Level, level<&HALLED3_t::brightness1>},
+    {"2", ParamView::Level, level<&HALLED3_t::brightness2>},
+    {"3", ParamView::Level, level<&HALLED3_t::brightness3>},
+};
+constexpr ParamRow kRgbParams[] = {
+    {"r", ParamView::Level, level<&HALRGB_t::red>},
+    {"g", ParamView::Level, level<&HALRGB_t::green>},
+    {"b", ParamView::Level, level<&HALRGB_t::blue>},
+};
+
+void storeEyeBrightness(void* record, const nx_json& value, const ParseContext&)
+{
+    auto& eye = *static_cast<HALEyeRing_t*>(record);
+    eye.brightnessMode = 0;
+    if (value.type != NX_JSON_ARRAY) {
+        eye.brightness = parseBrightnessValue(&value);
+    } else if (value.length == 1) {
+        eye.brightness = parseBrightnessValue(value.child);
+    } else if (value.length == 4) {
+        eye.brightnessMode = 1;
+        const nx_json* element = value.child;
+        for (uint8_t& quarter : eye.brightnessQuad) {
+            quarter = parseBrightnessValue(element);
+            element = element->next;
+        }
+    } else {
+        eye.brightness = 255;
+        printOut("error: unsupported brightness mode: %d\n", value.length);
+    }
+}
+
+// Element i of an array is bit i, but light n of an object is bit n, and light 12 is bit 0: both stay as they are.
+void storeEyeLights(void* record, const nx_json& value, const ParseContext&)
+{
+    auto& eye = *static_cast<HALEyeRing_t*>(record);
+    eye.animationId = kNoEyeAnimation;
+    eye.ledBitmap = 0;
+    if (value.type == NX_JSON_ARRAY) {
+        int bit = 0;
+        for (const nx_json* element = value.child; element != nullptr && bit < 16; element = element->next, ++bit) {
+            if (element->int_value > 0) {
+                eye.ledBitmap = static_cast<uint16_t>(eye.ledBitmap | 1 << bit);
+            }
+        }
+    } else if (value.type == NX_JSON_OBJECT) {
+        for (const nx_json* member = value.child; member != nullptr; member = member->next) {
+            if (member->int_value > 0) {
+                const int ledNum = decimalPrefix(member->key);
+                ZK_ASSERT(ledNum >= 1);
+                ZK_ASSERT(ledNum <= _ZK_EYE_LED_COUNT);
+                eye.ledBitmap = static_cast<uint16_t>(eye.ledBitmap | 1 << (ledNum % _ZK_EYE_LED_COUNT));
+            }
+        }
+    } else {
+        printOut("error: malformed json for eyering\n");
+    }
+}
+
+constexpr ParamRow kEyeRingParams[] = {
+    {"animation", ParamView::Integer, integer<&HALEyeRing_t::animationId>},
+    {"brightness", ParamView::Mixed, storeEyeBrightness},
+    {"index", ParamView::Mixed, storeEyeLights},
+};
+
+constexpr ParamRow kWheelParams[] = {{"cm_s", ParamView::Real, real<&HALMotorWheel_t::speed>}};
+
+struct BothWheels {
+    HALMotorWheel_t* left;
+    HALMotorWheel_t* right;
+};
+
+constexpr ParamRow kBothWheelsParams[] = {
+    {"left_cm_s", ParamView::Real,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         static_cast<BothWheels*>(record)->left->speed = value.dbl_value;
+     }},
+    {"right_cm_s", ParamView::Real,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         static_cast<BothWheels*>(record)->right->speed = value.dbl_value;
+     }},
+};
+
+// How far a head turns, in whole degrees.
+struct HeadRange {
+    int panMin, panMax, tiltMin, tiltMax;
+};
+constexpr HeadRange kOrvikHead = {-120, 120, -24, 7};
+constexpr HeadRange kQuillHead = {-133, 133, -24, 13};
+
+double clampHeadServoValue(const HAL::RobotHW* robot, double angleDegrees, bool isPan)
+{
+    const uint32_t robotType = robot != nullptr ? robot->getRobotType() : 0;
+    if (robotType != ZK_ROBOT_QUILL && robotType != ZK_ROBOT_ORVIK) {
+        printOut("unhandled robot type (%i) for head servo value, defaulting to orvik\n",
+                 static_cast<int>(robotType));
+    }
+    const HeadRange& range = robotType == ZK_ROBOT_QUILL ? kQuillHead : kOrvikHead;
+    return isPan ? clampReal<double>(angleDegrees, range.panMin, range.panMax)
+                 : clampReal<double>(angleDegrees, range.tiltMin, range.tiltMax);
+}
+
+constexpr ParamRow kServoParams[] = {
+    {"degree", ParamView::Real,
+     [](void* record, const nx_json& value, const ParseContext& context) {
+         const auto limited =
+             static_cast<float>(clampHeadServoValue(context.robot, value.dbl_value, context.isPan));
+         static_cast<HALMotorServo_t*>(record)->angle = ZKHAL::radiansFromDegrees(static_cast<double>(limited));
+     }},
+    {"time", ParamView::Real, real<&HALMotorServo_t::time>},
+    {"angular_cm_s", ParamView::Real, real<&HALMotorServo_t::angularSpeed>},
+    {"angular_deg_s", ParamView::Real, degrees<&HALMotorServo_t::angularSpeed>},
+    {"hold", ParamView::Integer, flag<&HALMotorServo_t::hold>},
+};
+
+constexpr ParamRow kBodyMotionParams[] = {
+    {"linear_cm_s", ParamView::Real, real<&HALBodyMotionLinearAngular_t::linearVelocity>},
+    {"angular_cm_s", ParamView::Real, real<&HALBodyMotionLinearAngular_t::angularVelocity>},
+    {"angular_deg_s", ParamView::Real, degrees<&HALBodyMotionLinearAngular_t::angularVelocity>},
+    {"linear_acc_cm_s_s", ParamView::Real, real<&HALBodyMotionLinearAngular_t::linearAcceleration>},
+    {"angular_acc_deg_s_s", ParamView::Real, degrees<&HALBodyMotionLinearAngular_t::angularAcceleration>},
+    {"pose", ParamView::Integer, flag<&HALBodyMotionLinearAngular_t::isPose>},
+};
+
+constexpr ParamRow kBodyPoseParams[] = {
+    {"x", ParamView::Real, real<&HALBodyPose_t::x>},
+    {"y", ParamView::Real, real<&HALBodyPose_t::y>},
+    {"degree", ParamView::Real, degrees<&HALBodyPose_t::theta>},
+    {"time", ParamView::Real, real<&HALBodyPose_t::time>},
+    {"mode", ParamView::Integer, integer<&HALBodyPose_t::mode>},
+    {"dir", ParamView::Integer, integer<&HALBodyPose_t::dir>},
+    {"wrap_theta", ParamView::Integer, integer<&HALBodyPose_t::wrapTheta>},
+    {"ease", ParamView::Integer, flag<&HALBodyPose_t::ease>},
+};
+
+constexpr char kPercentKey[] = "prcnt";
+constexpr ParamRow kScalarParams[] = {
+    {kPercentKey, ParamView::Real,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         static_cast<HALComponentScalar_t*>(record)->percent = clampReal(value.dbl_value, -100.0, 100.0);
+     }},
+};
+
+template <auto kField>
+void mediaName(void* record, const nx_json& value, const ParseContext&)
+{
+    _parseMediaCommand(&value, recordOf(record, kField).*kField);
+}
+
+constexpr ParamRow kSpeakerParams[] = {
+    {"file", ParamView::Text, mediaName<&HALSpeaker_t::fileName>, kMediaNameLength},
+    {"volume", ParamView::Real,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         static_cast<HALSpeaker_t*>(record)->volume = low16(truncate(value.dbl_value * 100));
+     }},
+};
+constexpr ParamRow kAnimParams[] = {{"file", ParamView::Text, mediaName<&HALAnim_t::fileName>, kMediaNameLength}};
+
+constexpr ParamRow kToneParams[] = {
+    {"type", ParamView::Integer, integer<&HALSynthTone_t::type>},
+    {"freq", ParamView::Real, real<&HALSynthTone_t::frequency>},
+    {"phase", ParamView::Real, real<&HALSynthTone_t::phase>},
+};
+
+// All three are written, with 0 for what is absent; of a key given twice the first counts.
+template <int kTone>
+void tone(void* record, const nx_json& value, const ParseContext& context)
+{
+    for (const ParamRow& row : kToneParams) {
+        row.store(&static_cast<HALAudioSynth_t*>(record)->tones[kTone], *nx_json_get(&value, row.key), context);
+    }
+}
+
+constexpr ParamRow kSynthParams[] = {
+    {"type", ParamView::Integer, integer<&HALAudioSynth_t::type>},
+    {"duration", ParamView::Integer, integer<&HALAudioSynth_t::duration>},
+    {"perc1", ParamView::Integer, integer<&HALAudioSynth_t::perc1>},
+    {"perc2", ParamView::Integer, integer<&HALAudioSynth_t::perc2>},
+    {"tone1", ParamView::Object, tone<0>, 0, listOf(kToneParams)},
+    {"tone2", ParamView::Object, tone<1>, 0, listOf(kToneParams)},
+    {"tone3", ParamView::Object, tone<2>, 0, listOf(kToneParams)},
+    {"tone4", ParamView::Object, tone<3>, 0, listOf(kToneParams)},
+};
+
+constexpr ParamRow kLauncherParams[] = {
+    {"cm_s", ParamView::Real, levelLimited<&HALLauncher_t::value>},
+    {"dir", ParamView::Integer,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         static_cast<HALLauncher_t*>(record)->value = value.int_value == 1 ? 1 : 2;
+     }},
+};
+
+uint8_t ledMaskOf(int64_t light)
+{
+    switch (light) {
+        case 102:
+            return 1;
+        case 103:
+            return 2;
+        case 101:
+        case 104:
+            return 4;
+        case 106:
+        case 107:
+            return 8;
+        default:
+            return 0;
+    }
+}
+
+constexpr ParamRow kLedMessageParams[] = {
+    {"message", ParamView::Integer,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         if (value.int_value < 0 || value.int_value > 255) {
+             printOut("Parsing LedMsg: message out of range : %ld\n", static_cast<long>(value.int_value));
+         }
+         static_cast<HALLedMsg_t*>(record)->message = low8(value.int_value);
+     }},
+    {"LEDs", ParamView::Array,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         if (value.type != NX_JSON_ARRAY) {
+             printOut("Parsing LedMsg: LEDs not at array\n");
+             return;
+         }
+         uint8_t& mask = static_cast<HALLedMsg_t*>(record)->ledMask;
+         for (const nx_json* element = value.child; element != nullptr; element = element->next) {
+             const uint8_t bit = ledMaskOf(element->int_value);
+             if (bit == 0) {
+                 printOut("Parsing LedMsg: unrecognized LED: \"%s\"\n", orEmpty(element->text_value));
+             }
+             mask = static_cast<uint8_t>(mask | bit);
+         }
+     }},
+};
+
+constexpr ParamRow kUserSettingParams[] = {
+    {"name", ParamView::Text,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         auto& settings = *static_cast<HALUserSetting_t*>(record);
+         const char* name = orEmpty(value.text_value);
+         ZKHAL::copyToField(settings.name, sizeof settings.name, name, std::strlen(name));
+     },
+     kRobotNameLength},
+    {"color", ParamView::Integer, integer<&HALUserSetting_t::colorId>},
+    {"anim", ParamView::Integer, integer<&HALUserSetting_t::animId>},
+    {"avatar", ParamView::Integer, integer<&HALUserSetting_t::avatarId>},
+    {"pvolume", ParamView::Real, real<&HALUserSetting_t::pvolume>},
+    {"peyebright", ParamView::Real, real<&HALUserSetting_t::peyebright>},
+};
+
+// ---- Behaviours ------------------------------------------------------------------------------------------------
+
+constexpr float kUnset = std::numeric_limits<float>::quiet_NaN();
+
+// A behaviour's named values, before they are packed by its id. Numbers are held in single precision.
+struct BehaviourValues {
+    HALPamplemousse_t* record;
+    bool hasParams = false;  // all six bytes came from "params"
+    float ampDegrees = kUnset;
+    float ampCmPerS = kUnset;
+    float anim = kUnset;
+    int backup = -1;
+    float meanDegrees = kUnset;
+    float periodSeconds = kUnset;
+    int repeat = -1;
+    float scale = kUnset;
+    float sideCm = kUnset;
+    float sideSeconds = kUnset;
+    float turnSeconds = kUnset;
+};
+
+template <auto kField>
+void single(void* record, const nx_json& value, const ParseContext&)
+{
+    static_cast<BehaviourValues*>(record)->*kField = static_cast<float>(value.dbl_value);
+}
+
+template <auto kField>
+void trueOrFalse(void* record, const nx_json& value, const ParseContext&)
+{
+    static_cast<BehaviourValues*>(record)->*kField = value.int_value != 0 ? 1 : 0;
+}
+
+void storeParamBytes(void* record, const nx_json& value, const ParseContext&)
+{
+    auto& values = *static_cast<BehaviourValues*>(record);
+    if (value.type != NX_JSON_ARRAY) {
+        printOut("error: parameters not an array\n");
+        return;
+    }
+    int count = 0;
+    for (const nx_json* element = value.child; element != nullptr; element = element->next) {
+        values.record->params[count++] = low8(element->int_value);
+        if (count == kBehaviourParams) {
+            printOut("error: too many parameter bytes\n");  // also for exactly six, on purpose
+            break;
+        }
+    }
+    values.hasParams = count == kBehaviourParams;
+    if (!values.hasParams) {
+        printOut("error: too few parameter bytes\n");
+    }
+}
+
+constexpr char kBehaviourIdKey[] = "id";
+
+uint16_t behaviourId(const nx_json& value)
+{
+    return low16(value.int_value);
+}
+
+constexpr ParamRow kBehaviourParamRows[] = {
+    {kBehaviourIdKey, ParamView::Integer,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         static_cast<BehaviourValues*>(record)->record->commandId = behaviourId(value);
+     }},
+    {"weight", ParamView::Real,
+     [](void* record, const nx_json& value, const ParseContext&) {
+         static_cast<BehaviourValues*>(record)->record->weight = levelByte(clampReal(value.dbl_value, 0.0, 1.0));
+     }},
+    {"params", ParamView::Array, storeParamBytes},
+    {"amp_deg", ParamView::Real, single<&BehaviourValues::ampDegrees>},
+    {"amp_cm_s", ParamView::Real, single<&BehaviourValues::ampCmPerS>},
+    {"anim", ParamView::Real, single<&BehaviourValues::anim>},
+    {"bkup", ParamView::Integer, trueOrFalse<&BehaviourValues::backup>},
+    {"avg_deg", ParamView::Real, single<&BehaviourValues::meanDegrees>},
+    {"prd_s", ParamView::Real, single<&BehaviourValues::periodSeconds>},
+    {"rpt", ParamView::Integer, trueOrFalse<&BehaviourValues::repeat>},
+    {"max_scl", ParamView::Real, single<&BehaviourValues::scale>},
+    {"sidelen_cm", ParamView::Real, single<&BehaviourValues::sideCm>},
+    {"sidetm_s", ParamView::Real, single<&BehaviourValues::sideSeconds>},
+    {"turntm_s", ParamView::Real, single<&BehaviourValues::turnSeconds>},
+};
+
+void orInto(uint8_t& byte, int64_t bits)
+{
+    byte = static_cast<uint8_t>(byte | low8(bits));
+}
+
+void packObstacles(const BehaviourValues& values)
+{
+    validateBoolParamIsSet(values.backup, "obstacles needs backup");
+    values.record->params[5] = values.backup == 1 ? 1 : 0;
+}
+
+void packAnimation(const BehaviourValues& values)
+{
+    validateFloatParamIsSet(values.anim, "anim needs id");
+    validateBoolParamIsSet(values.repeat, "anim needs repeat");
+    uint8_t* params = values.record->params;
+    const uint16_t number = low16(truncate(static_cast<double>(values.anim)));
+    orInto(params[0], number);
+    // Shifted by one place, not eight. That is what goes over the air; do not "repair" it.
+    orInto(params[1], number >> 1);
+    const bool hasScale = !std::isnan(values.scale);
+    orInto(params[5], (hasScale ? 2 : 0) | (values.repeat == 1 ? 1 : 0));
+    if (hasScale) {
+        float scale = values.scale;
+        if (scale < 0 || scale > 2) {
+            printOut("error: animation scale out of range. using 1. %f\n", static_cast<double>(scale));
+            scale = 1;
+        }
+        const float byte = scale / 2 * 255;
+        params[2] = low8(truncate(static_cast<double>(byte)));
+    }
+}
+
+void packSquare(const BehaviourValues& values)
+{
+    validateFloatParamIsSet(values.sideCm, "square needs sideLength");
+    validateFloatParamIsSet(values.sideSeconds, "square needs sideTime");
+    validateFloatParamIsSet(values.turnSeconds, "square needs turnTime");
+    const float sideTenths = values.sideSeconds * 10;
+    const float turnTenths = values.turnSeconds * 10;
+    uint8_t* params = values.record->params;
+    params[0] = low8(truncate(static_cast<double>(values.sideCm)));
+    params[1] = low8(truncate(static_cast<double>(sideTenths)));
+    params[2] = low8(truncate(static_cast<double>(turnTenths)));
+}
+
+void packBehaviour(const BehaviourValues& values)
+{
+    switch (values.record->commandId) {
+        case 0:
+            return packObstacles(values);
+        case 10:
+            return packAnimation(values);
+        case 20:
+            return;
+        case 30:
+            return packSquare(values);
+        case 40:
+            return encodePeriodic(values.record, values.meanDegrees, values.ampDegrees, values.periodSeconds, -7.5f,
+                                  22.5f, 0, 30);
+        case 50:
+            return encodePeriodic(values.record, values.meanDegrees, values.ampDegrees, values.periodSeconds, -120,
+                                  120, 0, 240);
+        case 60:
+            return encodePeriodicZeroMean(values.record, values.ampDegrees, values.periodSeconds, 0, 360);
+        case 70:
+            return encodePeriodicZeroMean(values.record, values.ampCmPerS, values.periodSeconds, 0, 80);
+        default:
+            printOut("error: unhandled command id: %d.\n", values.record->commandId);
+    }
+}
+
+// A value in a range as 9 bits: the quotient in single precision, the product in double; not-a-number gives 0.
+int64_t nineBits(float value, float min, float max)
+{
+    const float offset = value - min;
+    const float quotient = offset / (max - min);
+    return truncate(clampReal(511 * static_cast<double>(quotient), 0.0, 511.0));
+}
+
+int64_t milliseconds(float seconds)
+{
+    const float product = seconds * 1000;
+    return truncate(static_cast<double>(product));
+}
+
+bool isEyeLightNumber(int number)
+{
+    return number >= 1 && number <= _ZK_EYE_LED_COUNT;
+}
+
+// ---- Which documents would stop the process --------------------------------------------------------------------
+
+const nx_json* findBadEyeLight(const nx_json* params)
+{
+    for (const nx_json* param = params->child; param != nullptr; param = param->next) {
+        if (std::strcmp(orEmpty(param->key), "index") != 0 || param->type != NX_JSON_OBJECT) {
+            continue;
+        }
+        for (const nx_json* member = param->child; member != nullptr; member = member->next) {
+            if (member->int_value > 0 && !isEyeLightNumber(decimalPrefix(member->key))) {
+                return member;
+            }
+        }
+    }
+    return nullptr;
+}
+
+const nx_json* findMissingBehaviourId(const nx_json* params)
+{
+    uint16_t id = kBehaviourNotGiven;
+    for (const nx_json* param = params->child; param != nullptr; param = param->next) {
+        if (std::strcmp(orEmpty(param->key), kBehaviourIdKey) == 0) {
+            id = behaviourId(*param);
+        }
+    }
+    return id == kBehaviourNotGiven ? params : nullptr;
+}
+
+// ---- The vocabulary --------------------------------------------------------------------------------------------
+
+using Buffer = BotMessengerBuffer;
+using Msg = Ctlr2BotMsg;
+
+template <auto kStorage, auto kParse>
+void fill(Buffer& buffer, Msg& message, uint32_t id, const nx_json* params)
+{
+    auto* record = (message.*kStorage)(id);
+    (buffer.*kParse)(params, record);  // no record on this robot: the routine returns at once
+}
+
+void fillBothWheels(Buffer& buffer, Msg& message, uint32_t, const nx_json* params)
+{
+    HALMotorWheel_t* left = message.getMotorWheelStorage(ZK_COMPONENT_WHEEL_LEFT);
+    HALMotorWheel_t* right = message.getMotorWheelStorage(ZK_COMPONENT_WHEEL_RIGHT);
+    buffer.parseBodyWheels(params, left, right);
+}
+
+constexpr auto fillRgb = fill<&Msg::getRGBStorage, &Buffer::parseLightRGB>;
+constexpr auto fillLed = fill<&Msg::getLEDStorage, &Buffer::parseLightLED>;
+constexpr auto fillWheel = fill<&Msg::getMotorWheelStorage, &Buffer::parseMotorWheel>;
+constexpr auto fillTilt = fill<&Msg::getMotorServoStorage, &Buffer::parseMotorHeadTiltServo>;
+constexpr auto fillPan = fill<&Msg::getMotorServoStorage, &Buffer::parseMotorHeadPanServo>;
+constexpr auto fillNoParams = fill<&Msg::getNoParamsStorage, &Buffer::parseNoParams>;
+constexpr auto fillScalar = fill<&Msg::getScalarStorage, &Buffer::parseScalarPercentage>;
+constexpr auto fillLauncher = fill<&Msg::getLauncherStorage, &Buffer::parseLauncher>;
+
+// Rows without fill are components that the parser reports as unknown.
+constexpr ComponentRow kComponents[] = {
+    {ZK_COMPONENT_POWER, listOf(kPowerParams), fill<&Msg::getPowerStorage, &Buffer::parsePower>, nullptr, nullptr},
+    {ZK_COMPONENT_EYE_RING, listOf(kEyeRingParams), fill<&Msg::getEyeRingStorage, &Buffer::parseEyeRing>,
+     findBadEyeLight, "the eye ring has lights 1 to 12"},
+    {ZK_COMPONENT_RGB_101, listOf(kRgbParams), fillRgb, nullptr, nullptr},
+    {ZK_COMPONENT_RGB_102, listOf(kRgbParams), fillRgb, nullptr, nullptr},
+    {ZK_COMPONENT_RGB_103, listOf(kRgbParams), fillRgb, nullptr, nullptr},
+    {ZK_COMPONENT_RGB_104, listOf(kRgbParams), fillRgb, nullptr, nullptr},
+    {ZK_COMPONENT_LED_105, listOf(kLedParams), fillLed, nullptr, nullptr},
+    {ZK_COMPONENT_LED_106, listOf(kLedParams), fillLed, nullptr, nullptr},
+    {ZK_COMPONENT_RGB_107, listOf(kRgbParams), fillRgb, nullptr, nullptr},
+    {ZK_COMPONENT_LED3_108, listOf(kLed3Params), fill<&Msg::getLED3Storage, &Buffer::parseLightLED3>, nullptr, nullptr},
+    {ZK_COMPONENT_LED_109, listOf(kLedParams), fillLed, nullptr, nullptr},
+    {ZK_COMPONENT_LED_110, listOf(kLedParams), fillLed, nullptr, nullptr},
+    {ZK_COMPONENT_LED_111, listOf(kLedParams), fillLed, nullptr, nullptr},
+    {ZK_COMPONENT_WHEEL_LEFT, listOf(kWheelParams), fillWheel, nullptr, nullptr},
+    {ZK_COMPONENT_WHEEL_RIGHT, listOf(kWheelParams), fillWheel, nullptr, nullptr},
+    {ZK_COMPONENT_HEAD_TILT, listOf(kServoParams), fillTilt, nullptr, nullptr},
+    {ZK_COMPONENT_HEAD_PAN, listOf(kServoParams), fillPan, nullptr, nullptr},
+    {ZK_COMPONENT_BODY_LINEAR_ANGULAR, listOf(kBodyMotionParams),
+     fill<&Msg::getBodyMotionLinearAngularStorage, &Buffer::parseBodyMotionLinearAngular>, nullptr, nullptr},
+    {ZK_COMPONENT_BODY_POSE, listOf(kBodyPoseParams), fill<&Msg::getBodyPoseStorage, &Buffer::parseBodyPose>, nullptr, nullptr},
+    {ZK_COMPONENT_TILT_206, listOf(kServoParams), fillTilt, nullptr, nullptr},
+    {ZK_COMPONENT_PAN_207, listOf(kServoParams), fillPan, nullptr, nullptr},
+    {ZK_COMPONENT_TILT_208, listOf(kServoParams), fillTilt, nullptr, nullptr},
+    {ZK_COMPONENT_PAN_209, listOf(kServoParams), fillPan, nullptr, nullptr},
+    {ZK_COMPONENT_NO_PARAMS_210, kNoParams, fillNoParams, nullptr, nullptr},
+    {ZK_COMPONENT_BODY_WHEELS, listOf(kBothWheelsParams), fillBothWheels, nullptr, nullptr},
+    {ZK_COMPONENT_NO_PARAMS_212, kNoParams, fillNoParams, nullptr, nullptr},
+    {ZK_COMPONENT_SCALAR_213, listOf(kScalarParams), fillScalar, nullptr, nullptr},
+    {ZK_COMPONENT_SCALAR_214, listOf(kScalarParams), fillScalar, nullptr, nullptr},
+    {ZK_COMPONENT_SPEAKER, listOf(kSpeakerParams), fill<&Msg::getSpeakerStorage, &Buffer::parseSpeaker>, nullptr, nullptr},
+    {ZK_COMPONENT_ON_ROBOT_ANIM, listOf(kAnimParams), fill<&Msg::getAnimStorage, &Buffer::parseOnRobotAnim>, nullptr, nullptr},
+    {ZK_COMPONENT_AUDIO_SYNTH, listOf(kSynthParams), fill<&Msg::getAudioSynthStorage, &Buffer::parseAudioSynth>,
+     nullptr, nullptr},
+    {ZK_COMPONENT_305, kNoParams, nullptr, nullptr, nullptr},
+    {ZK_COMPONENT_LAUNCHER_400, listOf(kLauncherParams), fillLauncher, nullptr, nullptr},
+    {ZK_COMPONENT_LAUNCHER_401, listOf(kLauncherParams), fillLauncher, nullptr, nullptr},
+    {ZK_COMPONENT_LED_MESSAGE, listOf(kLedMessageParams), fill<&Msg::getLedMsgStorage, &Buffer::parseLedMsg>, nullptr, nullptr},
+    {ZK_COMPONENT_PAMPLEMOUSSE_START, listOf(kBehaviourParamRows),
+     fill<&Msg::getPamplemousseStorage, &Buffer::parsePamplemousseStart>, findMissingBehaviourId, "a behaviour needs an \"id\" other than 65535"},
+    {ZK_COMPONENT_PAMPLEMOUSSE_STOP, listOf(kBehaviourParamRows),
+     fill<&Msg::getPamplemousseStorage, &Buffer::parsePamplemousseStop>, findMissingBehaviourId, "a behaviour needs an \"id\" other than 65535"},
+    {ZK_COMPONENT_USER_SETTINGS, listOf(kUserSettingParams),
+     fill<&Msg::getUserSettingsStorage, &Buffer::parseUserSettings>, nullptr, nullptr},
+    {ZK_COMPONENT_6001, kNoParams, nullptr, nullptr, nullptr},
+    {ZK_COMPONENT_PING, listOf(kPingParams), fill<&Msg::getPingStorage, &Buffer::parsePing>, nullptr, nullptr},
+};
+static_assert(HAL::runsBesideComponents(kComponents), "kComponents is found by componentIndex()");
+
+}  // namespace
+
+const ParamRow* ParamList::find(const char* key) const
+{
+    for (size_t i = 0; i < count; ++i) {
+        if (rows[i].key[0] == key[0] && std::strcmp(rows[i].key, key) == 0) {
+            return &rows[i];
+        }
+    }
+    return nullptr;
+}
+
+const ComponentRow* findComponent(uint32_t id)
+{
+    const int index = HAL::componentIndex(id);
+    return index >= 0 && kComponents[index].fill != nullptr ? &kComponents[index] : nullptr;
+}
+
+BotMessengerBuffer::BotMessengerBuffer(HAL::RobotHW* robot) : mRobot(robot) {}
+
+BotMessengerBuffer::~BotMessengerBuffer() = default;
+
+std::vector<HALPacket_t*> BotMessengerBuffer::convertCtlrMessageToPackets(const char* text, size_t length)
+{
+    const HAL::PacketList& list = convert(text, length);
+    return {list.packets, list.packets + list.count};
+}
+
+std::vector<HALPacket_t*> BotMessengerBuffer::convertCtlrMessageToPackets(const nx_json* document)
+{
+    const HAL::PacketList& list = convert(document);
+    return {list.packets, list.packets + list.count};
+}
+
+const HAL::PacketList& BotMessengerBuffer::convert(const char* text, size_t length)
+{
+    static const HAL::PacketList kNoPackets = {};
+    if (mRobot == nullptr || text == nullptr || length == 0) {
+        return kNoPackets;
+    }
+    const ZKHAL::JsonDocumentLoan document(mSpareDocument);
+    const nx_json* root = document->parse(text, length);
+    if (root == nullptr) {
+        document->error().print();
+    }
+    return convert(root);
+}
+
+const HAL::PacketList& BotMessengerBuffer::convert(const nx_json* jsCommand)
+{
+    static const HAL::PacketList kNoPackets = {};
+    if (mRobot == nullptr) {
+        return kNoPackets;
+    }
+    ZK_ASSERT(jsCommand && (jsCommand->type == NX_JSON_OBJECT));
+    std::shared_ptr<Ctlr2BotMsg> message = std::move(mSpareMessage);
+    if (message == nullptr) {
+        message = std::make_shared<Ctlr2BotMsg>();
+    }
+    mRobot->initComponentsForCtlr2BotMsg(message.get());
+    for (const nx_json* member = jsCommand->child; member != nullptr; member = member->next) {
+        const auto id = static_cast<uint32_t>(decimalPrefix(member->key));
+        if (const ComponentRow* row = findComponent(id)) {
+            row->fill(*this, *message, id, member);
+        } else {
+            printOut("unknown component id: %d\n", static_cast<int>(id));
+        }
+        // Known or not, and with or without a record: unmentioned fields are zero, and zeros are sent.
+        mRobot->setCommand(message->GetHwData(), id);
+    }
+    const HAL::PacketList& list = HAL::RobotHW_rev0::pack(message.get(), mRobot);
+    message.swap(mPendingMessage);
+    if (message != nullptr && message.use_count() == 1) {
+        message->clear();
+        mSpareMessage = std::move(message);
+    }
+    return list;
+}
+
+void BotMessengerBuffer::sentControllerMessage()
+{
+    mLastSentMessage = std::move(mPendingMessage);
+    mPendingMessage.reset();
+}
+
+void BotMessengerBuffer::_parseParams(const ParamList& list, const nx_json* params, void* record, bool isPan)
+{
+    const ParseContext context = {mRobot, isPan};
+    for (const nx_json* param = params->child; param != nullptr; param = param->next) {
+        if (const ParamRow* row = list.find(orEmpty(param->key))) {
+            row->store(record, *param, context);
+        }
+    }
+}
+
+#define ZK_RETURN_WITHOUT(record)                    \
+    if ((record) == nullptr || params == nullptr) {  \
+        return;                                      \
+    }
+
+void BotMessengerBuffer::parsePower(const nx_json* params, HALPower_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kPowerParams), params, record);
+}
+
+void BotMessengerBuffer::parsePing(const nx_json* params, HALPing_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kPingParams), params, record);
+}
+
+void BotMessengerBuffer::parseLightLED(const nx_json* params, HALLED_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kLedParams), params, record);
+}
+
+void BotMessengerBuffer::parseLightLED3(const nx_json* params, HALLED3_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kLed3Params), params, record);
+}
+
+void BotMessengerBuffer::parseLightRGB(const nx_json* params, HALRGB_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kRgbParams), params, record);
+}
+
+void BotMessengerBuffer::parseEyeRing(const nx_json* params, HALEyeRing_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kEyeRingParams), params, record);
+}
+
+void BotMessengerBuffer::parseMotorWheel(const nx_json* params, HALMotorWheel_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kWheelParams), params, record);
+}
+
+void BotMessengerBuffer::parseBodyWheels(const nx_json* params, HALMotorWheel_t* left, HALMotorWheel_t* right)
+{
+    ZK_RETURN_WITHOUT(left)
+    ZK_RETURN_WITHOUT(right)
+    BothWheels wheels = {left, right};
+    _parseParams(listOf(kBothWheelsParams), params, &wheels);
+}
+
+void BotMessengerBuffer::parseMotorServo(const nx_json* params, HALMotorServo_t* record, bool isPan)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kServoParams), params, record, isPan);
+}
+
+void BotMessengerBuffer::parseMotorHeadPanServo(const nx_json* params, HALMotorServo_t* record)
+{
+    parseMotorServo(params, record, true);
+}
+
+void BotMessengerBuffer::parseMotorHeadTiltServo(const nx_json* params, HALMotorServo_t* record)
+{
+    parseMotorServo(params, record, false);
+}
+
+void BotMessengerBuffer::parseBodyMotionLinearAngular(const nx_json* params, HALBodyMotionLinearAngular_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    record->isPose = 0;
+    record->linearAcceleration = std::numeric_limits<double>::quiet_NaN();
+    record->angularAcceleration = std::numeric_limits<double>::quiet_NaN();
+    _parseParams(listOf(kBodyMotionParams), params, record);
+}
+
+void BotMessengerBuffer::parseBodyPose(const nx_json* params, HALBodyPose_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kBodyPoseParams), params, record);
+}
+
+void BotMessengerBuffer::parseNoParams(const nx_json*, HALNoParams_t*)
+{
+    // Naming the component is the command.
+}
+
+void BotMessengerBuffer::parseScalarPercentage(const nx_json* params, HALComponentScalar_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    // The first of several counts here, and a null counts as present.
+    const nx_json* percent = nx_json_get(params, kPercentKey);
+    if (percent == nx_json_get(nullptr, nullptr)) {
+        printOut("malformed json for component %d: missing %s\n\n", static_cast<int>(record->componentId),
+                 kPercentKey);
+        return;
+    }
+    kScalarParams[0].store(record, *percent, {mRobot, false});
+}
+
+void BotMessengerBuffer::parseSpeaker(const nx_json* params, HALSpeaker_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kSpeakerParams), params, record);
+}
+
+void BotMessengerBuffer::parseOnRobotAnim(const nx_json* params, HALAnim_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kAnimParams), params, record);
+}
+
+void BotMessengerBuffer::parseAudioSynth(const nx_json* params, HALAudioSynth_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kSynthParams), params, record);
+}
+
+void BotMessengerBuffer::parseLauncher(const nx_json* params, HALLauncher_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kLauncherParams), params, record);
+}
+
+void BotMessengerBuffer::parseLedMsg(const nx_json* params, HALLedMsg_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    _parseParams(listOf(kLedMessageParams), params, record);
+}
+
+void BotMessengerBuffer::parseUserSettings(const nx_json* params, HALUserSetting_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    std::memset(record->name, 0, sizeof record->name);
+    record->colorId = record->animId = record->avatarId = kSettingNotGiven;
+    _parseParams(listOf(kUserSettingParams), params, record);
+    // The robot takes colour and animation together: what is not given stays as the robot advertised it.
+    if (mRobot == nullptr) {
+        return;
+    }
+    if (record->colorId != kSettingNotGiven && record->animId == kSettingNotGiven) {
+        record->animId = mRobot->getRobotPersonalityAnimId();
+    } else if (record->animId != kSettingNotGiven && record->colorId == kSettingNotGiven) {
+        record->colorId = mRobot->getRobotPersonalityColorId();
+    }
+}
+
+void BotMessengerBuffer::parsePamplemousseStart(const nx_json* params, HALPamplemousse_t* record)
+{
+    parsePamplemousse(params, record, true);
+}
+
+void BotMessengerBuffer::parsePamplemousseStop(const nx_json* params, HALPamplemousse_t* record)
+{
+    parsePamplemousse(params, record, false);
+}
+
+void BotMessengerBuffer::parseButton(const nx_json* params, HALButton_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    const nx_json* state = nx_json_get(params, "s");
+    if (state != nx_json_get(nullptr, nullptr)) {
+        record->pressed = state->int_value == 0 ? 1 : 0;
+    }
+}
+
+void BotMessengerBuffer::parseDistance(const nx_json* params, HALDistance_t* record)
+{
+    ZK_RETURN_WITHOUT(record)
+    constexpr ParamRow kRows[] = {{"cm", ParamView::Real, real<&HALDistance_t::distance>},
+                                  {"refl", ParamView::Real, real<&HALDistance_t::reflectance>}};
+    _parseParams(listOf(kRows), params, record);
+}
+
+void parsePamplemousse(const nx_json* params, HALPamplemousse_t* record, bool isStart)
+{
+    ZK_RETURN_WITHOUT(record)
+    record->isStart = isStart ? 1 : 0;
+    record->commandId = kBehaviourNotGiven;
+    BehaviourValues values;
+    values.record = record;
+    constexpr ParamList kList = listOf(kBehaviourParamRows);
+    for (const nx_json* param = params->child; param != nullptr; param = param->next) {
+        if (const ParamRow* row = kList.find(orEmpty(param->key))) {
+            row->store(&values, *param, {nullptr, false});
+        } else {
+            printOut("unrecognized value in json: %s\n", orEmpty(param->key));
+        }
+    }
+    if (record->commandId == kBehaviourNotGiven) {
+        printOut("error: no command ID in pamplemousse jason.\n");
+        ZK_ASSERT(record->commandId != kBehaviourNotGiven);
+    }
+    if (isStart && !values.hasParams) {
+        packBehaviour(values);
+    }
+}
+
+uint8_t parseBrightnessValue(const nx_json* value)
+{
+    if (value == nullptr) {
+        return 0;
+    }
+    return value->dbl_value > 1.0 ? low8(value->int_value) : levelByte(value->dbl_value);
+}
+
+void _parseMediaCommand(const nx_json* value, char* fileName)
+{
+    std::memset(fileName, 0, kMediaNameLength + 1);
+    const char* text = orEmpty(value != nullptr ? value->text_value : nullptr);
+    for (int i = 0; i < kMediaNameLength && text[i] != '\0'; ++i) {
+        if (text[i] != '/') {
+            *fileName++ = text[i];
+        }
+    }
+}
+
+void validateBoolParamIsSet(int flag, const char* message)
+{
+    validateIntParamIsSet(flag, message);
+}
+
+void validateIntParamIsSet(int value, const char* message)
+{
+    if (value == -1) {
+        printOut("error: %s\n", message != nullptr ? message : "unset param.");
+    }
+}
+
+void validateFloatParamIsSet(float value, const char* message)
+{
+    if (std::isnan(value)) {
+        printOut("error: %s\n", message != nullptr ? message : "unset param.");
+    }
+}
+
+void encodePeriodic(HALPamplemousse_t* record, float mean, float amplitude, float period, float meanMin, float meanMax,
+                    float ampMin, float ampMax)
+{
+    validateFloatParamIsSet(mean, "periodic needs mean");
+    validateFloatParamIsSet(amplitude, "periodic needs amplidute");
+    validateFloatParamIsSet(period, "periodic needs period");
+    const int64_t m = nineBits(mean, meanMin, meanMax);
+    const int64_t a = nineBits(amplitude, ampMin, ampMax);
+    const int64_t p = milliseconds(period);
+    uint8_t* params = record->params;
+    params[0] = low8(m);
+    params[1] = low8(a);
+    params[2] = low8(p);
+    orInto(params[3], (m >> 8 & 1) | (a >> 8 & 1) << 1 | (p >> 8 & 0x3F) << 2);
+}
+
+void encodePeriodicZeroMean(HALPamplemousse_t* record, float amplitude, float period, float ampMin, float ampMax)
+{
+    validateFloatParamIsSet(amplitude, "periodic needs amplidute");
+    validateFloatParamIsSet(period, "periodic needs period");
+    const int64_t a = nineBits(amplitude, ampMin, ampMax);
+    const int64_t p = milliseconds(period);
+    uint8_t* params = record->params;
+    params[0] = low8(a);
+    params[1] = low8(p);
+    orInto(params[2], (a >> 8 & 1) | (p >> 8 & 0x3F) << 1);
+}
+
+}  // namespace APICore

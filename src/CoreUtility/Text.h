@@ -1,0 +1,61 @@
+// Text helpers that never read or write past an end and know no locale.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace ZKHAL {
+
+inline const char* orEmpty(const char* text)
+{
+    return text != nullptr ? text : "";
+}
+
+// Fills the whole field: at most size - 1 bytes of text, then zeros to the end.
+inline void copyToField(char* field, size_t size, const char* text, size_t length)
+{
+    const size_t kept = length < size - 1 ? length : size - 1;
+    std::memcpy(field, text, kept);
+    std::memset(field + kept, 0, size - kept);
+}
+
+// Copies into a caller's buffer of any size, null and 0 included; cuts at a UTF-8 character; always terminates.
+inline void copyToBuffer(char* buffer, size_t size, const char* text, size_t length)
+{
+    if (buffer == nullptr || size == 0) {
+        return;
+    }
+    size_t kept = length;
+    if (kept > size - 1) {
+        kept = size - 1;
+        while (kept > 0 && (static_cast<unsigned char>(text[kept]) & 0xC0) == 0x80) {
+            --kept;  // the first byte left out continues a character
+        }
+    }
+    std::memcpy(buffer, text, kept);
+    buffer[kept] = '\0';
+}
+
+// The C library's atoi, where it is defined, and a saturated long cut to int where it is not.
+inline int decimalPrefix(const char* text)
+{
+    const char* p = orEmpty(text);
+    while (*p == ' ' || (*p >= '\t' && *p <= '\r')) {
+        ++p;
+    }
+    const bool negative = *p == '-';
+    if (*p == '-' || *p == '+') {
+        ++p;
+    }
+    uint64_t value = 0;
+    const uint64_t limit = negative ? uint64_t{1} << 63 : (uint64_t{1} << 63) - 1;
+    for (; *p >= '0' && *p <= '9'; ++p) {
+        const uint64_t digit = static_cast<uint64_t>(*p - '0');
+        value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
+    }
+    const uint64_t bits = negative ? uint64_t{0} - value : value;
+    return static_cast<int>(static_cast<uint32_t>(bits & 0xFFFFFFFF));
+}
+
+}  // namespace ZKHAL

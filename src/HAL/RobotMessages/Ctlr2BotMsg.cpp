@@ -1,0 +1,221 @@
+#include "HAL/RobotMessages/Ctlr2BotMsg.h"
+
+#include <string>
+#include <utility>
+
+#include "CoreUtility/Messages.h"
+#include "CoreUtility/Numbers.h"
+
+namespace HAL {
+
+namespace {
+
+double degreesForPrint(double radians)
+{
+    return radians / ZKHAL::kTwoPi * 360;
+}
+
+}  // namespace
+
+Ctlr2BotMsg::~Ctlr2BotMsg()
+{
+    clear();
+}
+
+void Ctlr2BotMsg::clear()
+{
+    if (mOwner != nullptr) {
+        mOwner->messageIsGone(mRecords);
+        mOwner.reset();
+    }
+    mMaps = nullptr;
+    mRecords = nullptr;
+    mHwData = nullptr;
+}
+
+void Ctlr2BotMsg::bindStorage(const StorageMaps& maps, RobotSet robot, void* records,
+                              std::shared_ptr<RecordOwner> owner)
+{
+    clear();
+    mMaps = &maps;
+    mRobot = robot;
+    mRecords = records;
+    mOwner = std::move(owner);
+}
+
+template <class Record>
+Record* Ctlr2BotMsg::find(RecordKind kind, uint32_t id) const
+{
+    if (mMaps == nullptr) {
+        return nullptr;
+    }
+    const auto index = static_cast<size_t>(kind);
+    const StorageRow* const end = mMaps->rows + mMaps->begin[index + 1];
+    for (const StorageRow* row = mMaps->rows + mMaps->begin[index]; row != end; ++row) {
+        if (row->id == id) {
+            return (row->robots & mRobot) != 0 ? reinterpret_cast<Record*>(static_cast<char*>(mRecords) + row->offset)
+                                               : nullptr;
+        }
+    }
+    return nullptr;
+}
+
+template <class Record, class Print>
+void Ctlr2BotMsg::forEachSet(RecordKind kind, Print print) const
+{
+    if (mMaps == nullptr) {
+        return;
+    }
+    const auto index = static_cast<size_t>(kind);
+    for (size_t i = mMaps->begin[index]; i < mMaps->begin[index + 1]; ++i) {
+        const Record* record = find<Record>(kind, mMaps->rows[i].id);
+        if (record != nullptr && record->isSet != 0) {
+            print(*record);
+        }
+    }
+}
+
+HALNoParams_t* Ctlr2BotMsg::getNoParamsStorage(uint32_t id) const
+{
+    return find<HALNoParams_t>(RecordKind::NoParams, id);
+}
+
+HALLauncher_t* Ctlr2BotMsg::getLauncherStorage(uint32_t id) const
+{
+    return find<HALLauncher_t>(RecordKind::Launcher, id);
+}
+
+HALLedMsg_t* Ctlr2BotMsg::getLedMsgStorage(uint32_t id) const
+{
+    return find<HALLedMsg_t>(RecordKind::LedMsg, id);
+}
+
+HALSpeaker_t* Ctlr2BotMsg::getSpeakerStorage(uint32_t id) const
+{
+    return find<HALSpeaker_t>(RecordKind::Speaker, id);
+}
+
+HALAnim_t* Ctlr2BotMsg::getAnimStorage(uint32_t id) const
+{
+    return find<HALAnim_t>(RecordKind::Anim, id);
+}
+
+HALUserSetting_t* Ctlr2BotMsg::getUserSettingsStorage(uint32_t id) const
+{
+    return find<HALUserSetting_t>(RecordKind::UserSetting, id);
+}
+
+HALMotorWheel_t* Ctlr2BotMsg::getMotorWheelStorage(uint32_t id) const
+{
+    return find<HALMotorWheel_t>(RecordKind::MotorWheel, id);
+}
+
+HALMotorServo_t* Ctlr2BotMsg::getMotorServoStorage(uint32_t id) const
+{
+    return find<HALMotorServo_t>(RecordKind::MotorServo, id);
+}
+
+HALLED_t* Ctlr2BotMsg::getLEDStorage(uint32_t id) const
+{
+    return find<HALLED_t>(RecordKind::LED, id);
+}
+
+HALLED3_t* Ctlr2BotMsg::getLED3Storage(uint32_t id) const
+{
+    return find<HALLED3_t>(RecordKind::LED3, id);
+}
+
+HALRGB_t* Ctlr2BotMsg::getRGBStorage(uint32_t id) const
+{
+    return find<HALRGB_t>(RecordKind::RGB, id);
+}
+
+HALEyeRing_t* Ctlr2BotMsg::getEyeRingStorage(uint32_t id) const
+{
+    return find<HALEyeRing_t>(RecordKind::EyeRing, id);
+}
+
+HALPower_t* Ctlr2BotMsg::getPowerStorage(uint32_t id) const
+{
+    return find<HALPower_t>(RecordKind::Power, id);
+}
+
+HALPing_t* Ctlr2BotMsg::getPingStorage(uint32_t id) const
+{
+    return find<HALPing_t>(RecordKind::Ping, id);
+}
+
+HALBodyMotionLinearAngular_t* Ctlr2BotMsg::getBodyMotionLinearAngularStorage(uint32_t id) const
+{
+    return find<HALBodyMotionLinearAngular_t>(RecordKind::BodyMotionLinearAngular, id);
+}
+
+HALBodyPose_t* Ctlr2BotMsg::getBodyPoseStorage(uint32_t id) const
+{
+    return find<HALBodyPose_t>(RecordKind::BodyPose, id);
+}
+
+HALAudioSynth_t* Ctlr2BotMsg::getAudioSynthStorage(uint32_t id) const
+{
+    return find<HALAudioSynth_t>(RecordKind::AudioSynth, id);
+}
+
+HALPamplemousse_t* Ctlr2BotMsg::getPamplemousseStorage(uint32_t id) const
+{
+    return find<HALPamplemousse_t>(RecordKind::Pamplemousse, id);
+}
+
+HALComponentScalar_t* Ctlr2BotMsg::getScalarStorage(uint32_t id) const
+{
+    return find<HALComponentScalar_t>(RecordKind::Scalar, id);
+}
+
+void Ctlr2BotMsg::printCommands() const
+{
+    using ZKHAL::printOut;
+    forEachSet<HALSpeaker_t>(RecordKind::Speaker, [](const HALSpeaker_t& speaker) {
+        printOut("Speaker Cmd: Index = %s\n", speaker.fileName);
+    });
+    forEachSet<HALBodyMotionLinearAngular_t>(
+        RecordKind::BodyMotionLinearAngular, [](const HALBodyMotionLinearAngular_t& motion) {
+            printOut("Body Motion Linear Angular Cmd: LinearVelocity = %f, AngularVelocity = %f\n",
+                     motion.linearVelocity, motion.angularVelocity);
+        });
+    forEachSet<HALBodyPose_t>(RecordKind::BodyPose, [](const HALBodyPose_t& pose) {
+        // No line end after this one, on purpose.
+        printOut("Body Pose Cmd: X = %f Y = %f Degrees = %f Time = %f Mode = %d Dir = %d WrapTheta = %d", pose.x,
+                 pose.y, degreesForPrint(pose.theta), pose.time, static_cast<int>(pose.mode),
+                 static_cast<int>(pose.dir), static_cast<int>(pose.wrapTheta));
+    });
+    forEachSet<HALMotorWheel_t>(RecordKind::MotorWheel, [](const HALMotorWheel_t& wheel) {
+        printOut("MotorWheel Cmd: Speed = %02f\n", wheel.speed);
+    });
+    forEachSet<HALMotorServo_t>(RecordKind::MotorServo, [](const HALMotorServo_t& servo) {
+        printOut("MotorServo Cmd: Degrees = %02f\n", degreesForPrint(servo.angle));
+    });
+    forEachSet<HALLED_t>(RecordKind::LED,
+                         [](const HALLED_t& led) { printOut("Led Cmd: Brightness = %d\n", led.brightness); });
+    forEachSet<HALRGB_t>(RecordKind::RGB, [](const HALRGB_t& light) {
+        printOut("Rgb Cmd: r = %d, g = %d, b = %d\n", light.red, light.green, light.blue);
+    });
+    forEachSet<HALEyeRing_t>(RecordKind::EyeRing, [](const HALEyeRing_t& eye) {
+        std::string line = ZKHAL::formatted("Eye Cmd: animationId = %d", static_cast<int>(eye.animationId));
+        line += ZKHAL::formatted(", bitmap = %04x", eye.ledBitmap);
+        if (eye.brightnessMode == 0) {
+            line += ZKHAL::formatted(", brightness: %d", eye.brightness);
+        } else if (eye.brightnessMode == 1) {
+            line += ZKHAL::formatted(", brightness: %d, %d, %d, %d", eye.brightnessQuad[0], eye.brightnessQuad[1],
+                                     eye.brightnessQuad[2], eye.brightnessQuad[3]);
+        } else {
+            line += ", BRIGHTNESS UNHANDLED";
+        }
+        printOut("%s\n", line.c_str());
+    });
+    forEachSet<HALPower_t>(RecordKind::Power,
+                           [](const HALPower_t& power) { printOut("Power Cmd: state = %d, \n", power.state); });
+    forEachSet<HALAudioSynth_t>(RecordKind::AudioSynth, [](const HALAudioSynth_t& synth) {
+        printOut("AudioSynth Cmd: type = %d\n", static_cast<int>(synth.type));
+    });
+}
+
+}  // namespace HAL

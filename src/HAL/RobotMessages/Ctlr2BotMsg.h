@@ -1,0 +1,131 @@
+// One controller-to-robot command message: the commands that one document asks for.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "HAL/RobotMessages/CommandRecords.h"
+#include "ZKHAL/ZKExport.h"
+
+namespace HAL {
+
+// The kinds of record, in the order of the message's maps.
+enum class RecordKind : uint8_t {
+    NoParams,
+    Launcher,
+    LedMsg,
+    Speaker,
+    Anim,
+    UserSetting,
+    MotorWheel,
+    MotorServo,
+    LED,
+    LED3,
+    RGB,
+    EyeRing,
+    Power,
+    Ping,
+    BodyMotionLinearAngular,
+    BodyPose,
+    AudioSynth,
+    Pamplemousse,
+    Scalar,
+    Count
+};
+
+// Kinds of robot, as a set of bits, for tables that differ by robot.
+using RobotSet = uint8_t;
+constexpr RobotSet kOrvik = 1, kPell = 2, kQuill = 4, kOtherRobot = 8;
+constexpr RobotSet kWheeledRobots = kOrvik | kQuill, kEveryRobot = 15;
+
+// One entry of a map: where in the encoder's working record the record of this id lies, and on which robots.
+struct StorageRow {
+    RecordKind kind;
+    ZKComponentId id;
+    uint16_t offset;
+    RobotSet robots;
+};
+
+// The maps of all kinds, as rows sorted by kind and then by id.
+struct StorageMaps {
+    const StorageRow* rows;
+    uint8_t begin[static_cast<size_t>(RecordKind::Count) + 1];  // first row of each kind
+};
+
+// Keeps a message's working record from being used again; released when the message goes.
+class RecordOwner {
+public:
+    virtual void messageIsGone(void* records) = 0;
+
+protected:
+    ~RecordOwner() = default;
+};
+
+/**
+ * Maps component ids to the records of the encoder's working record, so that the parser writes each command where
+ * the encoder reads it. Owns neither the records nor the hardware data; used by one thread.
+ */
+class ZK_API Ctlr2BotMsg {
+public:
+    /** Empty maps, no hardware data. */
+    Ctlr2BotMsg() = default;
+    /** Forgets the hardware data without releasing it: packets are read after their message is gone. */
+    ~Ctlr2BotMsg();
+    Ctlr2BotMsg(const Ctlr2BotMsg&) = delete;
+    Ctlr2BotMsg& operator=(const Ctlr2BotMsg&) = delete;
+
+    void SetHwData(void* data)
+    {
+        mHwData = data;
+    }
+    void* GetHwData() const
+    {
+        return mHwData;
+    }
+
+    /** The record registered under an id, or null: this robot type has no such component. */
+    HALNoParams_t* getNoParamsStorage(uint32_t id) const;
+    HALLauncher_t* getLauncherStorage(uint32_t id) const;
+    HALLedMsg_t* getLedMsgStorage(uint32_t id) const;
+    HALSpeaker_t* getSpeakerStorage(uint32_t id) const;
+    HALAnim_t* getAnimStorage(uint32_t id) const;
+    HALUserSetting_t* getUserSettingsStorage(uint32_t id) const;
+    HALMotorWheel_t* getMotorWheelStorage(uint32_t id) const;
+    HALMotorServo_t* getMotorServoStorage(uint32_t id) const;
+    HALLED_t* getLEDStorage(uint32_t id) const;
+    HALLED3_t* getLED3Storage(uint32_t id) const;
+    /** Id 100 is registered here too, with the record of 104. */
+    HALRGB_t* getRGBStorage(uint32_t id) const;
+    HALEyeRing_t* getEyeRingStorage(uint32_t id) const;
+    HALPower_t* getPowerStorage(uint32_t id) const;
+    HALPing_t* getPingStorage(uint32_t id) const;
+    HALBodyMotionLinearAngular_t* getBodyMotionLinearAngularStorage(uint32_t id) const;
+    HALBodyPose_t* getBodyPoseStorage(uint32_t id) const;
+    HALAudioSynth_t* getAudioSynthStorage(uint32_t id) const;
+    HALPamplemousse_t* getPamplemousseStorage(uint32_t id) const;
+    HALComponentScalar_t* getScalarStorage(uint32_t id) const;
+
+    /** Prints one line on stdout for each commanded record of the kinds that have one. */
+    void printCommands() const;
+
+    /** For the encoder: fills the maps. `owner` is told when the message gives `records` up; may be null. */
+    void bindStorage(const StorageMaps& maps, RobotSet robot, void* records, std::shared_ptr<RecordOwner> owner);
+
+    /** Back to the state after construction. */
+    void clear();
+
+private:
+    template <class Record>
+    Record* find(RecordKind kind, uint32_t id) const;
+    template <class Record, class Print>
+    void forEachSet(RecordKind kind, Print print) const;
+
+    const StorageMaps* mMaps = nullptr;
+    RobotSet mRobot = 0;
+    void* mRecords = nullptr;
+    std::shared_ptr<RecordOwner> mOwner;
+    void* mHwData = nullptr;
+};
+
+}  // namespace HAL
