@@ -1,0 +1,48 @@
+# cmake --install: headers, libraries, a CMake package and a pkg-config file.
+
+install(TARGETS ZKHAL EXPORT ZKHALTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+if(ZKHAL_SIMULATOR)
+  install(TARGETS zkhal_simulator EXPORT ZKHALTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
+
+# C headers as <ZKHAL/...>; the C++ classes keep their folders below ZKHAL/cxx.
+install(DIRECTORY include/ZKHAL ${PROJECT_BINARY_DIR}/include/ZKHAL DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  FILES_MATCHING PATTERN "*.h")
+set(ZKHAL_CXX_HEADERS
+  CoreUtility/BotMessengerBuffer.h
+  CoreUtility/ByteOrder.h
+  CoreUtility/nx_json.h
+  CppEngine/AdvertisementData.h
+  HAL/RobotHardware/RobotHW.h
+  HAL/RobotHardware/RobotHW_rev0.h
+  HAL/RobotHardware/robot_hw0_cmd_data.h
+  HAL/RobotMessages/CommandRecords.h
+  HAL/RobotMessages/Ctlr2BotMsg.h)
+if(ZKHAL_SIMULATOR)
+  list(APPEND ZKHAL_CXX_HEADERS Simulator/CommandReader.h)
+endif()
+foreach(header IN LISTS ZKHAL_CXX_HEADERS)
+  get_filename_component(folder ${header} DIRECTORY)
+  install(FILES src/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ZKHAL/cxx/${folder})
+endforeach()
+
+set(ZKHAL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ZKHAL)
+install(EXPORT ZKHALTargets NAMESPACE ZKHAL:: DESTINATION ${ZKHAL_CMAKE_DIR})
+configure_package_config_file(cmake/ZKHALConfig.cmake.in ZKHALConfig.cmake INSTALL_DESTINATION ${ZKHAL_CMAKE_DIR})
+write_basic_package_version_file(ZKHALConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/ZKHALConfig.cmake ${PROJECT_BINARY_DIR}/ZKHALConfigVersion.cmake
+  DESTINATION ${ZKHAL_CMAKE_DIR})
+
+# What a static library leaves to the program that links it.
+if(BUILD_SHARED_LIBS)
+  set(ZKHAL_PC_LIBS "")
+  set(ZKHAL_PC_REQUIRES "")
+else()
+  set(ZKHAL_PC_LIBS "-lstdc++ -lm")
+  set(ZKHAL_PC_REQUIRES "libcrypto")
+endif()
+configure_file(cmake/zkhal.pc.in zkhal.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zkhal.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

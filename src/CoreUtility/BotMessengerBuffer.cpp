@@ -6,9 +6,12 @@
 #include <utility>
 
 #include "CoreUtility/Assertion.h"
+#include "CoreUtility/CommandVocabulary.h"
+#include "CoreUtility/JsonDocument.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Text.h"
+#include "HAL/RobotHardware/RobotHW_rev0.h"
 #include "HAL/RobotMessages/Components.h"
 
 namespace APICore {

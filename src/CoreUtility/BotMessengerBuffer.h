@@ -6,42 +6,20 @@
 #include <memory>
 #include <vector>
 
-#include "CoreUtility/JsonDocument.h"
 #include "CoreUtility/nx_json.h"
 #include "HAL/RobotHardware/RobotHW.h"
-#include "HAL/RobotHardware/RobotHW_rev0.h"
+#include "HAL/RobotHardware/robot_hw0_cmd_data.h"
 #include "HAL/RobotMessages/Ctlr2BotMsg.h"
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/ZKExport.h"
 
+namespace ZKHAL {
+class JsonDocument;
+}
+
 namespace APICore {
 
-/** How the parser reads a parameter; a value of another kind reads as 0, as "" or as no elements. */
-enum class ParamView : uint8_t { Integer, Real, Level, Text, Object, Array, Mixed };
-
-/** What the parser needs to know beside the value. */
-struct ParseContext {
-    const HAL::RobotHW* robot;
-    bool isPan;
-};
-
-struct ParamRow;
-
-struct ParamList {
-    const ParamRow* rows;
-    size_t count;
-
-    const ParamRow* find(const char* key) const;
-};
-
-/** One parameter of a component: its key, how it is read, and where it goes. */
-struct ParamRow {
-    const char* key;
-    ParamView view;
-    void (*store)(void* record, const nx_json& value, const ParseContext& context);
-    size_t maxLength = 0;        // texts: how many bytes are kept
-    ParamList members = {};      // objects: what they are read for
-};
+struct ParamList;
 
 /**
  * Translates command documents for one robot. Keeps its working memory for the next document, up to 64 KiB of text
@@ -115,20 +93,6 @@ private:
     std::shared_ptr<HAL::Ctlr2BotMsg> mSpareMessage;
     std::unique_ptr<ZKHAL::JsonDocument> mSpareDocument;
 };
-
-/** One component of the command vocabulary. Everything that walks documents walks these rows. */
-struct ComponentRow {
-    ZKComponentId id;
-    ParamList params;
-    /** Parses the parameters into the record(s) of this id; does nothing when the robot registers none. */
-    void (*fill)(BotMessengerBuffer& buffer, HAL::Ctlr2BotMsg& message, uint32_t id, const nx_json* params);
-    /** The member of params (or params itself) for which fill() would stop the process; null if none. */
-    const nx_json* (*findFatal)(const nx_json* params);
-    const char* fatalReason;  // in words for people
-};
-
-/** The row of an id that the parser knows, else null. */
-const ComponentRow* findComponent(uint32_t id);
 
 // Free helpers.
 

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/CommandVocabulary.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Text.h"
 #include "HAL/RobotHardware/CommandBits.h"
@@ -225,7 +226,8 @@ private:
         for (size_t begin = 0; begin < text.size();) {
             size_t end = text.find('\n', begin);
             end = end == std::string::npos ? text.size() : end;
-            if (end > begin) {
+            const bool saidBefore = text.compare(begin, 26, "unrecognized value in json") == 0;  // with its place
+            if (end > begin && !saidBefore) {
                 remark(node, text.substr(begin, end - begin));
             }
             begin = end + 1;
@@ -371,6 +373,10 @@ private:
             const bool hasIndex = hasMember(member, "index");
             if (!hasAnimation && !hasIndex && records.eyeRing.animationId == 0) {
                 remark(member, "eye ring without \"animation\" or \"index\": animation 0 is sent");
+            }
+            if (!hasMember(member, "brightness") && records.eyeRing.brightnessMode == 0 &&
+                records.eyeRing.brightness == 0) {
+                remark(member, "eye ring without \"brightness\": brightness 0 is sent");
             }
             if (hasAnimation && hasIndex) {
                 remark(member, records.eyeRing.animationId == kNoEyeAnimation

@@ -1,5 +1,6 @@
 #include "Simulator/CommandReader.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "CoreUtility/FormatText.h"
@@ -42,21 +43,21 @@ constexpr FieldLayout kRgbFields[] = {byteField("red", kLevel, 1), byteField("gr
 constexpr FieldLayout kLevelFields[] = {byteField("brightness", kLevel, 1)};
 constexpr FieldLayout kThreeLevelFields[] = {byteField("light 1", kLevel, 1), byteField("light 2", kLevel, 2),
                                              byteField("light 3", kLevel, 3)};
-constexpr FieldLayout kAngleFields[] = {bigField("angle", "degrees", 1, -0.01)};
+constexpr FieldLayout kAngleFields[] = {bigField("", "degrees", 1, -0.01)};
 constexpr FieldLayout kQuadFields[] = {byteField("quarter 1", kLevel, 1), byteField("quarter 2", kLevel, 2),
                                        byteField("quarter 3", kLevel, 3), byteField("quarter 4", kLevel, 4)};
 constexpr FieldLayout kBitmapFields[] = {
-    {"lights", "", 1, false, {{2, 0, 8}, {1, 0, 8}, kNone, kNone}, Show::EyeLights}};
+    {"", "", 1, false, {{2, 0, 8}, {1, 0, 8}, kNone, kNone}, Show::EyeLights}};
 constexpr FieldLayout kEyeAnimationFields[] = {byteField("pattern", "", 1)};
-constexpr FieldLayout kVolumeFields[] = {byteField("volume", "%", 1)};
-constexpr FieldLayout kLauncherFields[] = {byteField("value", "", 1)};
-constexpr FieldLayout kPercentFields[] = {byteField("percentage", "%", 1, 1, true)};
+constexpr FieldLayout kVolumeFields[] = {byteField("", "%", 1)};
+constexpr FieldLayout kLauncherFields[] = {byteField("", "", 1)};
+constexpr FieldLayout kPercentFields[] = {byteField("", "%", 1, 1, true)};
 constexpr FieldLayout kStateFields[] = {byteField("state", "", 1)};
 constexpr FieldLayout kPingFields[] = {{"id", "", 1, false, {{1, 0, 8}, {2, 0, 8}, kNone, kNone}}};
 constexpr FieldLayout kMoveFields[] = {bigField("angle", "degrees", 1, -0.01), bigField("time", "s", 3, 0.001)};
 constexpr FieldLayout kHoldMoveFields[] = {bigField("angle", "degrees", 1, -0.01),
                                            {"time", "s", 0.01, false, {{4, 0, 8}, {3, 0, 6}, kNone, kNone}}};
-constexpr FieldLayout kSpeedFields[] = {bigField("speed", "rad/s", 1, 0.008)};
+constexpr FieldLayout kSpeedFields[] = {bigField("", "rad/s", 1, 0.008)};
 constexpr FieldLayout kMotionFields[] = {
     {"linear", "cm/s", 0.2, true, {{1, 0, 8}, {3, 0, 3}, kNone, kNone}},
     {"angular", "rad/s", 0.008, true, {{2, 0, 8}, {3, 3, 3}, kNone, kNone}},
@@ -93,16 +94,16 @@ constexpr FieldLayout kCombinedFields[] = {
     byteField("103 blue", kLevel, 17),
     {"eye lights", "", 1, false, {{19, 0, 8}, {18, 0, 8}, kNone, kNone}, Show::EyeLights},
 };
-constexpr FieldLayout kSettingByteFields[] = {byteField("value", "", 2)};
-constexpr FieldLayout kSettingPercentFields[] = {byteField("value", "%", 2)};
-constexpr FieldLayout kSettingLevelFields[] = {byteField("value", kLevel, 2)};
+constexpr FieldLayout kSettingByteFields[] = {byteField("", "", 2)};
+constexpr FieldLayout kSettingPercentFields[] = {byteField("", "%", 2)};
+constexpr FieldLayout kSettingLevelFields[] = {byteField("", kLevel, 2)};
 constexpr FieldLayout kColorAnimFields[] = {
     {"colour", "", 1, false, {{2, 0, 3}, kNone, kNone, kNone}},
     {"animation", "", 1, false, {{2, 3, 3}, kNone, kNone, kNone}},
     {"animation 7", "", 1, false, {{2, 6, 1}, kNone, kNone, kNone}},  // set: the animation is 7
 };
 constexpr FieldLayout kClockFields[] = {
-    {"seconds since 1970", "", 1, false, {{5, 0, 8}, {4, 0, 8}, {3, 0, 8}, {2, 0, 8}}}};
+    {"", "s since 1970", 1, false, {{5, 0, 8}, {4, 0, 8}, {3, 0, 8}, {2, 0, 8}}}};
 constexpr FieldLayout kSynthFields[] = {
     {"duration", "", 1, false, {{3, 0, 8}, {2, 0, 4}, kNone, kNone}},
     {"percentage 1", "", 1, false, {{18, 0, 8}, {17, 4, 4}, kNone, kNone}},
@@ -350,7 +351,9 @@ std::string RobotCommand::inWords() const
     }
     for (size_t i = 0; i < mLayout->fieldCount; ++i) {
         const FieldLayout& field = mLayout->fields[i];
-        words += (i == 0 ? ": " : ", ") + std::string(field.name) + ' ' + fieldInWords(field, mBytes);
+        words += i == 0 ? ": " : ", ";
+        words += field.name[0] != '\0' ? std::string(field.name) + ' ' : std::string();
+        words += fieldInWords(field, mBytes);
     }
     return words;
 }
@@ -358,7 +361,7 @@ std::string RobotCommand::inWords() const
 PacketReading readCommands(const uint8_t* data, size_t length)
 {
     PacketReading reading;
-    const size_t end = length < HAL_PACKET_SIZE ? length : HAL_PACKET_SIZE;
+    const size_t end = std::min<size_t>(length, HAL_PACKET_SIZE);
     size_t at = 0;
     while (at < end) {
         const CommandLayout* layout = findLayout(data + at, end - at);

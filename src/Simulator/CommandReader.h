@@ -19,7 +19,7 @@ enum class Show : uint8_t { Number, EyeLights, Lights };
 
 // A field of a command, its pieces from the lowest bits up.
 struct FieldLayout {
-    const char* name;
+    const char* name;  // "" where the command's own name says it
     const char* unit;  // "" for plain numbers
     double scale;      // value = raw number * scale
     bool isSigned;

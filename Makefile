@@ -1,0 +1,37 @@
+# Two commands do everything on a fresh machine: `make demo` and `make test`.
+JOBS ?= $(shell nproc)
+BUILD ?= build/default
+FUZZ_SECONDS ?= 60
+
+.PHONY: all demo test bench fuzz lint clean deps
+all: deps
+	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
+	cmake --build $(BUILD) --parallel $(JOBS)
+
+deps:
+	scripts/install-deps
+
+demo: all
+	scripts/demo $(BUILD)
+
+test: all
+	ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS)
+
+bench:
+	scripts/install-deps bench
+	cmake --preset release
+	cmake --build build/release --parallel $(JOBS)
+	build/release/bench/zkhal_bench
+
+fuzz:
+	scripts/install-deps lint
+	cmake --preset fuzz
+	cmake --build build/fuzz --parallel $(JOBS)
+	scripts/fuzz build/fuzz $(FUZZ_SECONDS)
+
+lint:
+	scripts/install-deps lint
+	scripts/check
+
+clean:
+	rm -rf build

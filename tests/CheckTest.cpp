@@ -1,0 +1,131 @@
+// The check of command documents: its findings, and that it agrees with what translating does.
+#include <cstring>
+
+#include <gtest/gtest.h>
+
+#include "support/DocumentMaker.h"
+#include "support/Support.h"
+
+namespace {
+
+using support::Printed;
+using support::Robot;
+
+struct CheckCase {
+    const char* json;
+    const char* findings;
+    uint32_t robot = ZK_ROBOT_ORVIK;
+};
+
+const CheckCase kChecks[] = {
+    {"", ""},
+    {R"({"211":{"left_cm_s":1,"right_cm_s":2},"100":{"index":[1],"brightness":1}})", ""},
+    {"{\n  \"305\": {},\n  \"x\": 1 }", "2:3: remark: \"305\" is no component: ignored\n"
+                                        "3:3: remark: \"x\" is no component: ignored"},
+    {R"({"6001":{}})", "1:2: remark: 6001 is reported as unknown, but sends the clock to the robot"},
+    {R"({"106":{"brightnes":1}})", "1:9: remark: \"brightnes\" is no parameter of light 106: ignored"},
+    {R"({"106":7})", "1:2: remark: light 106: its value is a number and no object: no parameter is read"},
+    {R"({"106":{"brightness":"1"}})", "1:9: remark: \"brightness\" is text: read as 0"},
+    {R"({"106":{"brightness":true}})", "1:9: remark: \"brightness\" is true: read as 0"},
+    {R"({"102":{"r":1.5}})", "1:9: remark: \"r\": 1.5 is outside 0 to 1: only the low byte of its level is sent"},
+    {R"({"9000":{"pingID":1e3}})", "1:10: remark: \"pingID\": 1000 is read as the whole number 1"},
+    {R"({"106":{"brightness":1,"brightness":0}})", "1:24: remark: \"brightness\" is given twice"},
+    {R"({"106":{},"106":{}})", "1:11: remark: light 106 is named twice: later parameters overwrite earlier ones"},
+    {R"({"200":{"cm_s":1}})", "1:2: remark: one wheel without the other: nothing is sent to the wheels"},
+    {R"({"211":{}})", "1:2: remark: both wheels has no record on robot type 1002: its parameters are ignored and "
+                      "zeros are sent",
+     ZK_ROBOT_PELL},
+    {R"({"101":{}})", "1:2: remark: colour light 101 has no record on robot type 1001: its parameters are ignored "
+                      "and the colour of 104 is sent"},
+    {R"({"450":{}})", "1:2: remark: behaviour start has no record on robot type 1001: nothing is sent"},
+    {R"({"109":{}})", "1:2: remark: light 109 is not accepted on robot type 1001, but is sent all the same"},
+    {R"({"300":{"file":"A/B"}})", "1:9: remark: \"file\": every \"/\" is dropped\n"
+                                  "1:2: remark: speaker without \"volume\": volume 0 is sent"},
+    {R"({"300":{"file":"123456789012345","volume":2}})", "1:9: remark: \"file\" is cut to 14 bytes"},
+    {R"({"5000":{"name":"1234567890123456789"}})", "1:10: remark: \"name\" is cut to 18 bytes"},
+    {R"({"5000":{"name":1}})", "1:10: remark: \"name\" is a number: read as \"\"\n"
+                               "1:2: remark: \"pvolume\" is sent though it is not given\n"
+                               "1:10: remark: \"name\" is not sent: one message carries one setting"},
+    {R"({"5000":{"avatar":1,"pvolume":1}})", "1:21: remark: \"pvolume\" is not sent: one message carries one setting"},
+    {R"({"100":{}})", "1:2: remark: eye ring without \"animation\" or \"index\": animation 0 is sent\n"
+                      "1:2: remark: eye ring without \"brightness\": brightness 0 is sent"},
+    {R"({"100":{"brightness":1,"animation":1,"index":[0,0,0,0,0,0,0,0,0,0,0,0,1]}})",
+     "1:2: remark: \"animation\" is lost: \"index\" takes its place\n"
+     "1:38: remark: \"index\": only the first 12 elements are lights"},
+    {R"({"400":{"cm_s":1,"dir":1}})", "1:2: remark: \"cm_s\" and \"dir\" write the same byte: the later one is sent"},
+    {R"({"304":{"tone1":3,"tone5":{},"tone2":{"frq":1}}})",
+     "1:9: remark: tone1: its value is a number and no object: no parameter is read\n"
+     "1:19: remark: \"tone5\" is no parameter of synthesizer: ignored\n"
+     "1:39: remark: \"frq\" is no parameter of tone2: ignored"},
+    {R"({"410":{"message":1,"LEDs":[1]}})", "1:2: remark: Parsing LedMsg: unrecognized LED: \"\""},
+    {R"({"450":{"id":20,"x":1}})", "1:17: remark: \"x\" is no parameter of behaviour start: ignored",
+     ZK_ROBOT_QUILL},
+    {R"({"6001":0,"5000":{"avatar":1},"304":{},"106":{"brightness":1}})",
+     "1:2: remark: 6001 is reported as unknown, but sends the clock to the robot\n"
+     "1:2: remark: clock goes into a third packet, which json2Packets drops\n"
+     "1:31: remark: no room is left: synthesizer is not sent"},
+    {R"({"211":{},"104":{},"202":{},"203":{},"100":{"index":[],"brightness":1},"102":{},"103":{},"105":{}})",
+     "1:90: remark: light 105 is not sent: the combined packet has no place for it\n"
+     "1:38: remark: eye brightness is not sent: the combined packet has no place for it"},
+    // Refused
+    {"{\"100\":{\"index\":{\"0\":1,\n\"99\":1}},\"7\":1}", "1:18: refused: \"0\": the eye ring has lights 1 to 12"},
+    {R"({"450":{"id":3},"451":{"id":65535}})", "1:17: refused: \"451\": a behaviour needs an \"id\" other than 65535",
+     ZK_ROBOT_QUILL},
+    {"7", "1:1: refused: a command document is an object of components, like {\"106\":{\"brightness\":1}}"},
+    {"{", "1:2: refused: not JSON: unexpected chars"},
+};
+
+TEST(CheckTest, Findings)
+{
+    Printed printed;
+    for (const CheckCase& c : kChecks) {
+        char message[2048];
+        const int result = ZKCheckCommandDocument(c.json, c.robot, message, sizeof message);
+        EXPECT_STREQ(message, c.findings) << c.json;
+        const bool refused = std::strstr(c.findings, "refused") != nullptr;
+        EXPECT_EQ(result, refused ? ZK_CHECK_REFUSED : *c.findings != '\0' ? ZK_CHECK_REMARKS : ZK_CHECK_ACCEPTED)
+            << c.json;
+        EXPECT_EQ(ZKCheckCommandDocument(c.json, c.robot, nullptr, 0), result);
+    }
+    EXPECT_EQ(printed.take(), "");
+}
+
+TEST(CheckTest, MessagesAreCutAtACharacter)
+{
+    char message[24];
+    const char kJson[] = "{\"é\":1}";  // 1:2: remark: "é" ...
+    ZKCheckCommandDocument(kJson, ZK_ROBOT_ORVIK, message, 16);
+    EXPECT_STREQ(message, "1:2: remark: \"");
+    ZKCheckCommandDocument(kJson, ZK_ROBOT_ORVIK, message, 17);
+    EXPECT_STREQ(message, "1:2: remark: \"é");
+    ZKCheckCommandDocument(kJson, ZK_ROBOT_ORVIK, message, 1);
+    EXPECT_STREQ(message, "");
+    EXPECT_EQ(ZKCheckCommandDocument(nullptr, ZK_ROBOT_ORVIK, message, sizeof message), ZK_CHECK_ACCEPTED);
+}
+
+// On random documents: refused by the check exactly when refused by the translator; a document without remarks is
+// translated without a printed word and in at most two packets.
+TEST(CheckTest, AgreesWithTheTranslator)
+{
+    Printed printed;
+    support::DocumentMaker maker(20260101);
+    int results[3] = {};
+    for (int i = 0; i < 20000; ++i) {
+        const uint32_t type = static_cast<uint32_t>(1000 + i % 5);
+        const std::string json = maker.wildDocument();
+        const int result = ZKCheckCommandDocument(json.c_str(), type, nullptr, 0);
+        ASSERT_EQ(printed.take(), "") << json;
+        const std::string packets = Robot(type).send(json);
+        const std::string said = printed.take();
+        ASSERT_EQ(result == ZK_CHECK_REFUSED, packets.find("refused") != std::string::npos) << json;
+        if (result == ZK_CHECK_ACCEPTED && type != ZK_ROBOT_RUSK && type != ZK_ROBOT_UNRECOGNISED) {
+            ASSERT_EQ(said, "") << json;
+            ASSERT_LE(packets.size(), 2 * 59u + 3) << json;
+        }
+        ++results[result];
+    }
+    EXPECT_GT(results[ZK_CHECK_ACCEPTED], 500);
+    EXPECT_GT(results[ZK_CHECK_REFUSED], 500);
+}
+
+}  // namespace

@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# The command line as its users meet it: command_line_test.sh ZKHAL SOURCE_DIR
+set -u
+zkhal=$1
+cd "$2" || exit 1
+dir=$(mktemp -d)
+trap 'rm -rf "$dir"' EXIT
+failures=0
+
+# expect NAME STATUS STDOUT STDERR COMMAND...: texts are compared whole; "~X" means: contains X.
+expect() {
+  local name=$1 status=$2 out=$3 err=$4 got
+  shift 4
+  "$@" >"$dir/out" 2>"$dir/err" </dev/null
+  got=$?
+  [ "$got" = "$status" ] || { echo "$name: exit status $got, not $status"; failures=$((failures + 1)); }
+  matches "$name: stdout" "$out" "$dir/out"
+  matches "$name: stderr" "$err" "$dir/err"
+}
+matches() {
+  local text
+  text=$(cat "$3")
+  case "$2" in
+    "~"*) case "$text" in *"${2#\~}"*) return ;; esac ;;
+    *) [ "$text" = "$2" ] && return ;;
+  esac
+  printf '%s:\n  expected %s\n  got      %s\n' "$1" "$2" "$text"
+  failures=$((failures + 1))
+}
+
+expect "one document" 0 "01 01 2C FE D4" "" "$zkhal" encode '{"211":{"left_cm_s":10,"right_cm_s":-10}}'
+expect "in words" 0 $'01 01 2C FE D4\n    wheel speeds: left 10 cm/s, right -10 cm/s' "" \
+  "$zkhal" encode --explain '{"211":{"left_cm_s":10,"right_cm_s":-10}}'
+expect "another robot" 0 "06 CC 0C" "" "$zkhal" encode --robot Quill '{"203":{"degree":200}}'
+expect "a type code" 0 "06 CC 0C" "" "$zkhal" encode --robot 1003 '{"203":{"degree":200}}'
+expect "no robot" 2 "" "~orvik, pell, quill, rusk" "$zkhal" encode --robot bo '{}'
+expect "a third packet is marked" 0 "~third packet: json2Packets drops it" "~third packet" \
+  "$zkhal" encode '{"6001":0,"5000":{"avatar":1},"106":{"brightness":1}}'
+
+printf '%s\n' '{"304":{"perc1":1}}' '' '{"304":{"perc1":1}' '{"304":{"perc1":1}}' >"$dir/lines"
+expect "one document a line, state carries over, a bad one is skipped" 1 \
+  $'21 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 00\n28 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00' \
+  "$dir/lines:3:19: refused: not JSON: unexpected chars" "$zkhal" encode "$dir/lines"
+printf '{\n "106": {"brightness": 1}\n}\n' >"$dir/pretty"
+expect "one document over lines" 0 "0D FF" "" "$zkhal" encode "$dir/pretty"
+expect "remarks do not fail" 0 "0D 00" "document:1:9: remark: \"b\" is no parameter of light 106: ignored" \
+  "$zkhal" encode '{"106":{"b":1}}'
+expect "check only" 0 "1 document accepted for Orvik (1001)" "" "$zkhal" encode --check '{"106":{"brightness":1}}'
+expect "check refuses" 1 "" "~1:18: refused" "$zkhal" encode --check '{"100":{"index":{"13":1}}}'
+expect "no such file" 1 "" "zkhal encode: nowhere.json: No such file or directory" "$zkhal" encode nowhere.json
+expect "a folder" 1 "" "~Is a directory" "$zkhal" encode "$dir"
+expect "standard input" 0 "" "" "$zkhal" encode -
+
+expect "explain" 0 $'0D 7F 0E 55\n    light 106: brightness 127/255\n    volume: 85%' "" "$zkhal" explain 0D7f0E55
+expect "explain bytes" 0 $'0D 7F\n    light 106: brightness 127/255' "" "$zkhal" explain 0D 7F
+expect "explain what is cut off" 1 $'0D 7F 01 02\n    light 106: brightness 127/255\n    unread: 01 02 (wheel speeds is cut off)' \
+  "" "$zkhal" explain 0D7F0102
+expect "explain no hex" 1 "" "zkhal explain: 0D7: a byte has two hex digits" "$zkhal" explain 0D7
+"$zkhal" encode bench/documents/head_eye.json >"$dir/packets" 2>/dev/null
+expect "explain what encode prints" 0 "~ping: id 4660" "" sh -c "'$zkhal' explain <'$dir/packets'"
+
+expect "help" 0 "~zkhal encode --explain" "" "$zkhal" encode --help
+expect "version" 0 "~zkhal 0." "" "$zkhal" --version
+expect "no command" 2 "" "~subcommand is required" "$zkhal"
+expect "an unknown option" 2 "" "~--nope" "$zkhal" encode --nope
+expect "a full disk" 1 "" "zkhal: cannot write the result" sh -c "'$zkhal' explain 0D7F >/dev/full"
+
+[ "$failures" -eq 0 ] && echo "command line: all as expected"
+exit "$((failures > 0))"

@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Installs the library and builds programs against it from outside: run.sh SOURCE WORK SHARED CC CXX
+set -eu
+source=$1 work=$2 shared=$3
+export CC=$4 CXX=$5
+rm -rf "$work"
+mkdir -p "$work"
+cmake -S "$source" -B "$work/build" -DBUILD_SHARED_LIBS="$shared" -DZKHAL_TOOLS=OFF -DZKHAL_TESTS=OFF \
+  -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$work/prefix" -DCMAKE_INSTALL_LIBDIR=lib >"$work/log" 2>&1 &&
+  cmake --build "$work/build" --parallel 2 >>"$work/log" 2>&1 &&
+  cmake --install "$work/build" >>"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+
+# With the CMake package.
+cmake -S "$source/tests/consumers" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/prefix" >"$work/log" 2>&1 &&
+  cmake --build "$work/consumer" >>"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+for program in c_consumer cxx_consumer; do
+  [ "$("$work/consumer/$program")" = "01 01 2C FE D4" ] || { echo "$program prints something else"; exit 1; }
+done
+
+# With pkg-config.
+export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig"
+# shellcheck disable=SC2046  # lists of options
+"$CC" "$source/tests/consumers/consumer.c" -o "$work/by_pkg_config" $(pkg-config --cflags --libs zkhal)
+[ "$(LD_LIBRARY_PATH=$work/prefix/lib "$work/by_pkg_config")" = "01 01 2C FE D4" ]
+
+# The shared library exports the interface and nothing else.
+if [ "$shared" = ON ]; then
+  nm -D --defined-only -C "$work/prefix/lib/libZKHAL.so" | cut -d' ' -f3- | sed 's/(.*//' | sort -u >"$work/exported"
+  if grep -vE -f "$source/tests/consumers/interface.txt" "$work/exported"; then
+    echo "exported, but no part of the interface"
+    exit 1
+  fi
+  while read -r pattern; do
+    grep -qE "$pattern" "$work/exported" || { echo "not exported: $pattern"; exit 1; }
+  done <"$source/tests/consumers/interface.txt"
+fi
+echo "consumers build and run"

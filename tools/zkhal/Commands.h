@@ -1,0 +1,13 @@
+// The sub-commands of zkhal. Each adds its options, and sets the exit status when it runs.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace zkhal {
+
+enum ExitStatus { kSuccess = 0, kBadInput = 1, kWrongUse = 2 };
+
+void addEncode(CLI::App& app, int& status);
+void addExplain(CLI::App& app, int& status);
+
+}  // namespace zkhal

@@ -1,0 +1,15 @@
+// --robot, by name or by type code.
+#pragma once
+
+#include <cstdint>
+
+#include <CLI/CLI.hpp>
+
+namespace zkhal {
+
+CLI::Option* addRobotOption(CLI::App& app, uint32_t& robotType);
+
+// "Orvik (1001)", or the number alone.
+std::string robotName(uint32_t robotType);
+
+}  // namespace zkhal

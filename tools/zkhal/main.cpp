@@ -1,0 +1,36 @@
+// zkhal: the library on the command line.
+#include <cstdio>
+#include <exception>
+#include <iostream>
+
+#include "Commands.h"
+#include "ZKHAL/ZKHAL.h"
+
+int main(int argc, char** argv)
+{
+    // Results are the only thing on stdout; what the library prints for people goes where messages go.
+    ZKSetMessageSink([](void*, int, const char* text) { std::fputs(text, stderr); }, nullptr);
+
+    CLI::App app("Commands and sensors of small classroom robots, without a radio.", "zkhal");
+    app.set_version_flag("--version", "zkhal " ZKHAL_VERSION);
+    app.require_subcommand(1);
+    app.footer("Exit status: 0 success, 1 bad input, 2 wrong use.\n'zkhal COMMAND --help' shows examples.");
+    int status = zkhal::kSuccess;
+    zkhal::addEncode(app, status);
+    zkhal::addExplain(app, status);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& problem) {
+        return app.exit(problem, std::cout, std::cerr) == 0 ? zkhal::kSuccess : zkhal::kWrongUse;
+    } catch (const std::exception& problem) {
+        std::cerr << "zkhal: " << problem.what() << '\n';
+        return zkhal::kBadInput;
+    }
+    std::cout.flush();
+    if (!std::cout) {
+        std::cerr << "zkhal: cannot write the result\n";
+        return zkhal::kBadInput;
+    }
+    return status;
+}
