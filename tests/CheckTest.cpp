@@ -32,8 +32,8 @@ const CheckCase kChecks[] = {
     {R"({"106":{"brightness":1,"brightness":0}})", "1:24: remark: \"brightness\" is given twice"},
     {R"({"106":{},"106":{}})", "1:11: remark: light 106 is named twice: later parameters overwrite earlier ones"},
     {R"({"200":{"cm_s":1}})", "1:2: remark: one wheel without the other: nothing is sent to the wheels"},
-    {R"({"211":{}})", "1:2: remark: both wheels has no record on robot type 1002: its parameters are ignored and "
-                      "zeros are sent",
+    {R"({"211":{}})", "1:2: remark: both wheels has no record on robot type 1002: its parameters are ignored, and "
+                      "what is sent of it is zero",
      ZK_ROBOT_PELL},
     {R"({"101":{}})", "1:2: remark: colour light 101 has no record on robot type 1001: its parameters are ignored "
                       "and the colour of 104 is sent"},
@@ -41,11 +41,12 @@ const CheckCase kChecks[] = {
     {R"({"109":{}})", "1:2: remark: light 109 is not accepted on robot type 1001, but is sent all the same"},
     {R"({"300":{"file":"A/B"}})", "1:9: remark: \"file\": every \"/\" is dropped\n"
                                   "1:2: remark: speaker without \"volume\": volume 0 is sent"},
-    {R"({"300":{"file":"123456789012345","volume":2}})", "1:9: remark: \"file\" is cut to 14 bytes"},
+    {R"({"300":{"file":"123456789012345","volume":2}})", "1:9: remark: \"file\" is cut to 14 bytes\n"
+                                                          "1:34: remark: \"volume\" outside 0 to 1 is not sent"},
     {R"({"5000":{"name":"1234567890123456789"}})", "1:10: remark: \"name\" is cut to 18 bytes"},
     {R"({"5000":{"name":1}})", "1:10: remark: \"name\" is a number: read as \"\"\n"
                                "1:2: remark: \"pvolume\" is sent though it is not given\n"
-                               "1:10: remark: \"name\" is not sent: one message carries one setting"},
+                               "1:10: remark: \"name\" is not sent: this value counts as not given"},
     {R"({"5000":{"avatar":1,"pvolume":1}})", "1:21: remark: \"pvolume\" is not sent: one message carries one setting"},
     {R"({"100":{}})", "1:2: remark: eye ring without \"animation\" or \"index\": animation 0 is sent\n"
                       "1:2: remark: eye ring without \"brightness\": brightness 0 is sent"},
@@ -68,8 +69,25 @@ const CheckCase kChecks[] = {
      "1:90: remark: light 105 is not sent: the combined packet has no place for it\n"
      "1:38: remark: eye brightness is not sent: the combined packet has no place for it"},
     // Refused
-    {"{\"100\":{\"index\":{\"0\":1,\n\"99\":1}},\"7\":1}", "1:18: refused: \"0\": the eye ring has lights 1 to 12"},
-    {R"({"450":{"id":3},"451":{"id":65535}})", "1:17: refused: \"451\": a behaviour needs an \"id\" other than 65535",
+    {R"({"203":{"degree":121,"time":1},"213":{"prcnt":101},"9000":{"pingID":70000}})",
+     "1:9: remark: \"degree\": 121 is outside -120 to 120: it is limited\n"
+     "1:22: remark: \"time\" is not sent by head pan\n"
+     "1:39: remark: \"prcnt\": 101 is outside -100 to 100: it is limited\n"
+     "1:60: remark: \"pingID\": 70000 is outside 0 to 65535: only its low bits are sent"},
+    {R"({"203":{"degree":121}})", "", ZK_ROBOT_QUILL},
+    {R"({"204":{"linear_acc_cm_s_s":1}})", "1:2: remark: one acceleration without the other is not sent"},
+    {R"({"205":{"mode":3,"ease":1}})", "1:18: remark: \"ease\" is not sent by body pose"},
+    {R"({"100":{"brightness":1.5,"index":["1"]}})",
+     "1:9: remark: \"brightness\": above 1, 1.5 is the byte 1\n1:26: remark: \"index\": text in it is read as 0"},
+    {R"({"450":{"id":10,"params":[1,2,3,4,5,6]}})", "", ZK_ROBOT_QUILL},
+    {"{\"106\":{\"brightness\":1}}\n,{}", "2:1: remark: what follows the document is ignored"},
+    {R"({"5000":{"name":"caf\u00e9"}})",
+     "1:21: remark: \\u escapes are dropped: write the characters themselves, as UTF-8"},
+    // The combined packet takes the eye lights along, and no brightness is missed.
+    {R"({"211":{},"104":{},"202":{},"203":{},"100":{"index":[1]},"102":{},"103":{}})", ""},
+    {"{\"100\":{\"index\":{\"0\":1,\n\"99\":1}},\"7\":1}", "1:18: refused: \"0\": the eye ring has lights 1 to 12\n"
+     "2:1: refused: \"99\": the eye ring has lights 1 to 12\n2:10: remark: \"7\" is no component: ignored"},
+    {R"({"450":{"id":20},"451":{"id":65535}})", "1:18: refused: \"451\": a behaviour needs an \"id\" other than 65535",
      ZK_ROBOT_QUILL},
     {"7", "1:1: refused: a command document is an object of components, like {\"106\":{\"brightness\":1}}"},
     {"{", "1:2: refused: not JSON: unexpected chars"},

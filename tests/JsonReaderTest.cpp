@@ -94,6 +94,7 @@ const ReadCase kReads[] = {
     {"/*", "error: endless comment at /*"},
     {"{/*/}", "error: endless comment at /*/}"},
     {"[\"abc", "error: no closing quote for string at \"abc"},
+    {R"(["a\u00e9\nb)", R"(error: no closing quote for string at "a\u00e9\nb)"},
     {"[\"abc\\", "error: no closing quote for string at \"abc\\"},
     {R"(["\u12g4"])", R"(error: invalid unicode escape at \u12g4"])"},
     {R"(["\u12)", R"(error: invalid unicode escape at \u12)"},

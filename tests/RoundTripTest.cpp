@@ -112,13 +112,17 @@ const WordsCase kWords[] = {
     {R"({"100":{"brightness":0.5,"animation":9}})", "eye animation: pattern 9"},
     {R"({"300":{"file":"SYSTHELLO","volume":2}})", "sound: \"SYSTHELLO\""},
     {R"({"300":{"file":"STOPSOUND","volume":2}})", "stop sound"},
+    {R"({"300":{"file":"a\nb","volume":2}})", "sound: \"a?b\""},
+    {R"({"100":{"brightness":0.5,"index":[1,0,0,0,0,0,0,0,0,0,0,0,1]}})", "eye lights: 12 (bit 12)"},
+    {R"({"6001":0})", "clock: 1234567890 s since 1970"},
     {R"({"301":{"file":"DANCE"}})", "on-robot animation: \"DANCE\""},
     {R"({"301":{}})", "on-robot animation without a name"},
     {R"({"210":0})", "command 210"},
     {R"({"212":0})", "command 212"},
     {R"({"410":{"message":5,"LEDs":[103,106]}})", "light message: message 5, flags 0, lights 103 106/107"},
     {R"({"5000":{"name":"Bo"}})", "robot name: \"Bo\""},
-    {R"({"5000":{"color":3,"anim":7}})", "personality: colour 3, animation 1, animation 7 1"},
+    {R"({"5000":{"color":3,"anim":7}})", "personality: colour 3, animation 7"},
+    {R"({"5000":{"color":3,"anim":1}})", "personality: colour 3, animation 1"},
     {R"({"5000":{"avatar":4}})", "avatar: 4"},
     {R"({"5000":{"pvolume":2,"peyebright":1}})", "personality eye brightness: 255/255"},
     {R"({"5000":{"color":2,"anim":300}})", "personality colour: 2"},
@@ -143,9 +147,12 @@ const WordsCase kWords[] = {
 TEST(RoundTripTest, CommandsInWords)
 {
     support::Printed printed;
+    const ZKClock clock = {nullptr, [](void*, int64_t* seconds, int32_t*) { *seconds = 1234567890; }, nullptr};
+    ZKSetClock(&clock);
     for (const WordsCase& c : kWords) {
         EXPECT_EQ(lastCommand(c.json, c.robot).inWords(), c.words);
     }
+    ZKSetClock(nullptr);
 }
 
 TEST(RoundTripTest, AnyBytesCanBeRead)
@@ -168,6 +175,8 @@ TEST(RoundTripTest, AnyBytesCanBeRead)
     }
     const uint8_t cutOff[] = {0x0D, 0xFF, 0x01, 0x00};
     EXPECT_EQ(Simulator::readCommands(cutOff, 4).problem, "wheel speeds is cut off");
+    const uint8_t lacksSubCommand[] = {0x1C};
+    EXPECT_EQ(Simulator::readCommands(lacksSubCommand, 1).problem, "the command is cut off");
     const uint8_t unknown[] = {0xEE};
     EXPECT_EQ(Simulator::readCommands(unknown, 1).problem, "no command begins with this byte");
 }

@@ -31,8 +31,8 @@ matches() {
 expect "one document" 0 "01 01 2C FE D4" "" "$zkhal" encode '{"211":{"left_cm_s":10,"right_cm_s":-10}}'
 expect "in words" 0 $'01 01 2C FE D4\n    wheel speeds: left 10 cm/s, right -10 cm/s' "" \
   "$zkhal" encode --explain '{"211":{"left_cm_s":10,"right_cm_s":-10}}'
-expect "another robot" 0 "06 CC 0C" "" "$zkhal" encode --robot Quill '{"203":{"degree":200}}'
-expect "a type code" 0 "06 CC 0C" "" "$zkhal" encode --robot 1003 '{"203":{"degree":200}}'
+expect "another robot" 0 "06 CC 0C" "" "$zkhal" encode --robot Quill '{"203":{"degree":133}}'
+expect "a type code" 0 "06 CC 0C" "" "$zkhal" encode --robot 1003 '{"203":{"degree":133}}'
 expect "no robot" 2 "" "~orvik, pell, quill, rusk" "$zkhal" encode --robot bo '{}'
 expect "a third packet is marked" 0 "~third packet: json2Packets drops it" "~third packet" \
   "$zkhal" encode '{"6001":0,"5000":{"avatar":1},"106":{"brightness":1}}'

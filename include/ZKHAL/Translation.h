@@ -30,7 +30,7 @@ enum { ZK_SLOT_SIZE = 21, ZK_BLOCK_SIZE = 2 * ZK_SLOT_SIZE };
 ZK_API void json2Packets(const char* json, uint8_t* out);
 
 enum {
-    ZK_CHECK_ACCEPTED = 0, /* every byte of the document reaches the robot as written */
+    ZK_CHECK_ACCEPTED = 0, /* it can be translated, and there is nothing to remark */
     ZK_CHECK_REMARKS = 1,  /* it can be translated, but something is ignored, lost, or sent without being written */
     ZK_CHECK_REFUSED = 2   /* translating it would stop the process */
 };
@@ -42,6 +42,7 @@ enum {
  * robotType    a code of ZKHAL/ZKRobotType.h; json2Packets() always speaks to type 1001.
  * message      all findings, one a line, as "LINE:COLUMN: refused: ..." or "LINE:COLUMN: remark: ...", both counted
  *              from 1 (columns in bytes). Cut at a character when too long, always terminated. May be null.
+ *              After 64 KiB of findings the rest is left out, and the last line says so; the result counts all.
  * messageSize  size of message in bytes; may be 0.
  *
  * Returns ZK_CHECK_ACCEPTED, ZK_CHECK_REMARKS or ZK_CHECK_REFUSED. The robot is taken as freshly connected.

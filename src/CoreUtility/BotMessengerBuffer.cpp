@@ -84,20 +84,23 @@ constexpr ParamList listOf(const ParamRow (&rows)[kCount])
 
 constexpr ParamList kNoParams = {nullptr, 0};
 
+// What goes over the air whole.
+constexpr Range kByte = {0, 255}, kWord = {0, 65535}, kTwelveBits = {0, 4095}, kUnit = {0, 1};
+
 // ---- Parameters of each component ------------------------------------------------------------------------------
 
-constexpr ParamRow kPowerParams[] = {{"pwr", ParamView::Integer, integer<&HALPower_t::state>}};
-constexpr ParamRow kPingParams[] = {{"pingID", ParamView::Integer, integer<&HALPing_t::pingId>}};
-constexpr ParamRow kLedParams[] = {{"brightness", ParamView::Level, level<&HALLED_t::brightness>}};
+constexpr ParamRow kPowerParams[] = {{"pwr", ParamView::Integer, integer<&HALPower_t::state>, kByte}};
+constexpr ParamRow kPingParams[] = {{"pingID", ParamView::Integer, integer<&HALPing_t::pingId>, kWord}};
+constexpr ParamRow kLedParams[] = {{"brightness", ParamView::Level, level<&HALLED_t::brightness>, kUnit}};
 constexpr ParamRow kLed3Params[] = {
-    {"1", ParamView::Level, level<&HALLED3_t::brightness1>},
-    {"2", ParamView::Level, level<&HALLED3_t::brightness2>},
-    {"3", ParamView::Level, level<&HALLED3_t::brightness3>},
+    {"1", ParamView::Level, level<&HALLED3_t::brightness1>, kUnit},
+    {"2", ParamView::Level, level<&HALLED3_t::brightness2>, kUnit},
+    {"3", ParamView::Level, level<&HALLED3_t::brightness3>, kUnit},
 };
 constexpr ParamRow kRgbParams[] = {
-    {"r", ParamView::Level, level<&HALRGB_t::red>},
-    {"g", ParamView::Level, level<&HALRGB_t::green>},
-    {"b", ParamView::Level, level<&HALRGB_t::blue>},
+    {"r", ParamView::Level, level<&HALRGB_t::red>, kUnit},
+    {"g", ParamView::Level, level<&HALRGB_t::green>, kUnit},
+    {"b", ParamView::Level, level<&HALRGB_t::blue>, kUnit},
 };
 
 void storeEyeBrightness(void* record, const nx_json& value, const ParseContext&)
@@ -149,7 +152,7 @@ void storeEyeLights(void* record, const nx_json& value, const ParseContext&)
 }
 
 constexpr ParamRow kEyeRingParams[] = {
-    {"animation", ParamView::Integer, integer<&HALEyeRing_t::animationId>},
+    {"animation", ParamView::Integer, integer<&HALEyeRing_t::animationId>, kByte},
     {"brightness", ParamView::Mixed, storeEyeBrightness},
     {"index", ParamView::Mixed, storeEyeLights},
 };
@@ -179,6 +182,12 @@ struct HeadRange {
 constexpr HeadRange kOrvikHead = {-120, 120, -24, 7};
 constexpr HeadRange kQuillHead = {-133, 133, -24, 13};
 
+Range rangeOf(const HeadRange& head, bool isPan)
+{
+    return isPan ? Range{static_cast<double>(head.panMin), static_cast<double>(head.panMax)}
+                 : Range{static_cast<double>(head.tiltMin), static_cast<double>(head.tiltMax)};
+}
+
 double clampHeadServoValue(const HAL::RobotHW* robot, double angleDegrees, bool isPan)
 {
     const uint32_t robotType = robot != nullptr ? robot->getRobotType() : 0;
@@ -186,9 +195,8 @@ double clampHeadServoValue(const HAL::RobotHW* robot, double angleDegrees, bool 
         printOut("unhandled robot type (%i) for head servo value, defaulting to orvik\n",
                  static_cast<int>(robotType));
     }
-    const HeadRange& range = robotType == ZK_ROBOT_QUILL ? kQuillHead : kOrvikHead;
-    return isPan ? clampReal<double>(angleDegrees, range.panMin, range.panMax)
-                 : clampReal<double>(angleDegrees, range.tiltMin, range.tiltMax);
+    const Range range = headRange(robotType, isPan);
+    return clampReal(angleDegrees, range.low, range.high);
 }
 
 constexpr ParamRow kServoParams[] = {
@@ -218,9 +226,9 @@ constexpr ParamRow kBodyPoseParams[] = {
     {"y", ParamView::Real, real<&HALBodyPose_t::y>},
     {"degree", ParamView::Real, degrees<&HALBodyPose_t::theta>},
     {"time", ParamView::Real, real<&HALBodyPose_t::time>},
-    {"mode", ParamView::Integer, integer<&HALBodyPose_t::mode>},
-    {"dir", ParamView::Integer, integer<&HALBodyPose_t::dir>},
-    {"wrap_theta", ParamView::Integer, integer<&HALBodyPose_t::wrapTheta>},
+    {"mode", ParamView::Integer, integer<&HALBodyPose_t::mode>, {0, 5}},
+    {"dir", ParamView::Integer, integer<&HALBodyPose_t::dir>, {0, 15}},
+    {"wrap_theta", ParamView::Integer, integer<&HALBodyPose_t::wrapTheta>, {0, 1}},
     {"ease", ParamView::Integer, flag<&HALBodyPose_t::ease>},
 };
 
@@ -229,7 +237,8 @@ constexpr ParamRow kScalarParams[] = {
     {kPercentKey, ParamView::Real,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<HALComponentScalar_t*>(record)->percent = clampReal(value.dbl_value, -100.0, 100.0);
-     }},
+     },
+     {-100, 100}},
 };
 
 template <auto kField>
@@ -239,18 +248,18 @@ void mediaName(void* record, const nx_json& value, const ParseContext&)
 }
 
 constexpr ParamRow kSpeakerParams[] = {
-    {"file", ParamView::Text, mediaName<&HALSpeaker_t::fileName>, kMediaNameLength},
+    {"file", ParamView::Text, mediaName<&HALSpeaker_t::fileName>, {0, kMediaNameLength}},
     {"volume", ParamView::Real,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<HALSpeaker_t*>(record)->volume = low16(truncate(value.dbl_value * 100));
      }},
 };
-constexpr ParamRow kAnimParams[] = {{"file", ParamView::Text, mediaName<&HALAnim_t::fileName>, kMediaNameLength}};
+constexpr ParamRow kAnimParams[] = {{"file", ParamView::Text, mediaName<&HALAnim_t::fileName>, {0, kMediaNameLength}}};
 
 constexpr ParamRow kToneParams[] = {
-    {"type", ParamView::Integer, integer<&HALSynthTone_t::type>},
-    {"freq", ParamView::Real, real<&HALSynthTone_t::frequency>},
-    {"phase", ParamView::Real, real<&HALSynthTone_t::phase>},
+    {"type", ParamView::Integer, integer<&HALSynthTone_t::type>, {0, 7}},
+    {"freq", ParamView::Real, real<&HALSynthTone_t::frequency>, {0, 6553.5}},
+    {"phase", ParamView::Real, real<&HALSynthTone_t::phase>, kByte},
 };
 
 // All three are written, with 0 for what is absent; of a key given twice the first counts.
@@ -263,18 +272,18 @@ void tone(void* record, const nx_json& value, const ParseContext& context)
 }
 
 constexpr ParamRow kSynthParams[] = {
-    {"type", ParamView::Integer, integer<&HALAudioSynth_t::type>},
-    {"duration", ParamView::Integer, integer<&HALAudioSynth_t::duration>},
-    {"perc1", ParamView::Integer, integer<&HALAudioSynth_t::perc1>},
-    {"perc2", ParamView::Integer, integer<&HALAudioSynth_t::perc2>},
-    {"tone1", ParamView::Object, tone<0>, 0, listOf(kToneParams)},
-    {"tone2", ParamView::Object, tone<1>, 0, listOf(kToneParams)},
-    {"tone3", ParamView::Object, tone<2>, 0, listOf(kToneParams)},
-    {"tone4", ParamView::Object, tone<3>, 0, listOf(kToneParams)},
+    {"type", ParamView::Integer, integer<&HALAudioSynth_t::type>, kByte},
+    {"duration", ParamView::Integer, integer<&HALAudioSynth_t::duration>, kTwelveBits},
+    {"perc1", ParamView::Integer, integer<&HALAudioSynth_t::perc1>, kTwelveBits},
+    {"perc2", ParamView::Integer, integer<&HALAudioSynth_t::perc2>, kTwelveBits},
+    {"tone1", ParamView::Object, tone<0>, {}, listOf(kToneParams)},
+    {"tone2", ParamView::Object, tone<1>, {}, listOf(kToneParams)},
+    {"tone3", ParamView::Object, tone<2>, {}, listOf(kToneParams)},
+    {"tone4", ParamView::Object, tone<3>, {}, listOf(kToneParams)},
 };
 
 constexpr ParamRow kLauncherParams[] = {
-    {"cm_s", ParamView::Real, levelLimited<&HALLauncher_t::value>},
+    {"cm_s", ParamView::Real, levelLimited<&HALLauncher_t::value>, kUnit},
     {"dir", ParamView::Integer,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<HALLauncher_t*>(record)->value = value.int_value == 1 ? 1 : 2;
@@ -306,7 +315,8 @@ constexpr ParamRow kLedMessageParams[] = {
              printOut("Parsing LedMsg: message out of range : %ld\n", static_cast<long>(value.int_value));
          }
          static_cast<HALLedMsg_t*>(record)->message = low8(value.int_value);
-     }},
+     },
+     {0, 63}},
     {"LEDs", ParamView::Array,
      [](void* record, const nx_json& value, const ParseContext&) {
          if (value.type != NX_JSON_ARRAY) {
@@ -331,7 +341,7 @@ constexpr ParamRow kUserSettingParams[] = {
          const char* name = orEmpty(value.text_value);
          ZKHAL::copyToField(settings.name, sizeof settings.name, name, std::strlen(name));
      },
-     kRobotNameLength},
+     {0, kRobotNameLength}},
     {"color", ParamView::Integer, integer<&HALUserSetting_t::colorId>},
     {"anim", ParamView::Integer, integer<&HALUserSetting_t::animId>},
     {"avatar", ParamView::Integer, integer<&HALUserSetting_t::avatarId>},
@@ -408,7 +418,8 @@ constexpr ParamRow kBehaviourParamRows[] = {
     {"weight", ParamView::Real,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<BehaviourValues*>(record)->record->weight = levelByte(clampReal(value.dbl_value, 0.0, 1.0));
-     }},
+     },
+     kUnit},
     {"params", ParamView::Array, storeParamBytes},
     {"amp_deg", ParamView::Real, single<&BehaviourValues::ampDegrees>},
     {"amp_cm_s", ParamView::Real, single<&BehaviourValues::ampCmPerS>},
@@ -516,23 +527,28 @@ bool isEyeLightNumber(int number)
 
 // ---- Which documents would stop the process --------------------------------------------------------------------
 
-const nx_json* findBadEyeLight(const nx_json* params)
+const nx_json* findBadEyeLight(const nx_json* params, const nx_json* after)
 {
+    bool passed = after == nullptr;
     for (const nx_json* param = params->child; param != nullptr; param = param->next) {
         if (std::strcmp(orEmpty(param->key), "index") != 0 || param->type != NX_JSON_OBJECT) {
             continue;
         }
         for (const nx_json* member = param->child; member != nullptr; member = member->next) {
-            if (member->int_value > 0 && !isEyeLightNumber(decimalPrefix(member->key))) {
+            if (passed && member->int_value > 0 && !isEyeLightNumber(decimalPrefix(member->key))) {
                 return member;
             }
+            passed = passed || member == after;
         }
     }
     return nullptr;
 }
 
-const nx_json* findMissingBehaviourId(const nx_json* params)
+const nx_json* findMissingBehaviourId(const nx_json* params, const nx_json* after)
 {
+    if (after != nullptr) {
+        return nullptr;
+    }
     uint16_t id = kBehaviourNotGiven;
     for (const nx_json* param = params->child; param != nullptr; param = param->next) {
         if (std::strcmp(orEmpty(param->key), kBehaviourIdKey) == 0) {
@@ -623,10 +639,18 @@ static_assert(HAL::runsBesideComponents(kComponents), "kComponents is found by c
 
 }  // namespace
 
-const ParamRow* ParamList::find(const char* key) const
+Range headRange(uint32_t robotType, bool isPan)
 {
+    return rangeOf(robotType == ZK_ROBOT_QUILL ? kQuillHead : kOrvikHead, isPan);
+}
+
+const ParamRow* ParamList::find(const char* key, const ParamRow* hint) const
+{
+    if (hint != nullptr && hint < rows + count && ZKHAL::isSameText(hint->key, key)) {
+        return hint;
+    }
     for (size_t i = 0; i < count; ++i) {
-        if (rows[i].key[0] == key[0] && std::strcmp(rows[i].key, key) == 0) {
+        if (ZKHAL::isSameText(rows[i].key, key)) {
             return &rows[i];
         }
     }
@@ -662,7 +686,7 @@ const HAL::PacketList& BotMessengerBuffer::convert(const char* text, size_t leng
         return kNoPackets;
     }
     const ZKHAL::JsonDocumentLoan document(mSpareDocument);
-    const nx_json* root = document->parse(text, length);
+    const nx_json* root = document->parse(text, strnlen(text, length));
     if (root == nullptr) {
         document->error().print();
     }
@@ -709,9 +733,11 @@ void BotMessengerBuffer::sentControllerMessage()
 void BotMessengerBuffer::_parseParams(const ParamList& list, const nx_json* params, void* record, bool isPan)
 {
     const ParseContext context = {mRobot, isPan};
+    const ParamRow* next = list.rows;
     for (const nx_json* param = params->child; param != nullptr; param = param->next) {
-        if (const ParamRow* row = list.find(orEmpty(param->key))) {
+        if (const ParamRow* row = list.find(orEmpty(param->key), next)) {
             row->store(record, *param, context);
+            next = row + 1;
         }
     }
 }
@@ -889,9 +915,8 @@ void BotMessengerBuffer::parseButton(const nx_json* params, HALButton_t* record)
 void BotMessengerBuffer::parseDistance(const nx_json* params, HALDistance_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    constexpr ParamRow kRows[] = {{"cm", ParamView::Real, real<&HALDistance_t::distance>},
-                                  {"refl", ParamView::Real, real<&HALDistance_t::reflectance>}};
-    _parseParams(listOf(kRows), params, record);
+    record->distance = nx_json_get(params, "cm")->dbl_value;
+    record->reflectance = nx_json_get(params, "refl")->dbl_value;
 }
 
 void parsePamplemousse(const nx_json* params, HALPamplemousse_t* record, bool isStart)

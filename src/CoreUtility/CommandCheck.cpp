@@ -1,10 +1,13 @@
 #include "CoreUtility/CommandCheck.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
+#include <vector>
 
 #include "CoreUtility/BotMessengerBuffer.h"
 #include "CoreUtility/CommandVocabulary.h"
+#include "CoreUtility/FormatText.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Text.h"
 #include "HAL/RobotHardware/CommandBits.h"
@@ -24,12 +27,31 @@ using ZKHAL::orEmpty;
 
 constexpr size_t kMaxFindings = 64 * 1024;
 
+// Parameters that a component's record takes and its command does not carry.
+struct UnsentKeys {
+    uint32_t id;
+    const char* keys[6];
+};
+constexpr UnsentKeys kUnsentKeys[] = {
+    {ZK_COMPONENT_HEAD_TILT, {"time", "angular_cm_s", "angular_deg_s", "hold"}},
+    {ZK_COMPONENT_HEAD_PAN, {"time", "angular_cm_s", "angular_deg_s", "hold"}},
+    {ZK_COMPONENT_TILT_206, {"angular_cm_s", "angular_deg_s"}},
+    {ZK_COMPONENT_PAN_207, {"angular_cm_s", "angular_deg_s"}},
+    {ZK_COMPONENT_TILT_208, {"degree", "time", "hold"}},
+    {ZK_COMPONENT_PAN_209, {"degree", "time", "hold"}},
+    {ZK_COMPONENT_PAMPLEMOUSSE_STOP, {"weight", "params", "amp_deg", "prd_s", "anim", "rpt"}},
+};
+
 // Lines of findings, each with its place in the original text.
 class Findings {
 public:
     Findings(const char* text, const ZKHAL::JsonDocument& document, std::string& lines)
-        : mText(text), mDocument(document), mLines(lines)
+        : mDocument(document), mLines(lines)
     {
+        mLineStarts.push_back(0);
+        for (const char* end = text; (end = std::strchr(end, '\n')) != nullptr;) {
+            mLineStarts.push_back(static_cast<size_t>(++end - text));
+        }
     }
 
     void refuse(size_t offset, const std::string& what)
@@ -51,10 +73,10 @@ public:
         return mRemarked;
     }
 
-    // Of a member's name, its quote included; of anything else, the end of what comes before it is not known: 0.
-    size_t offsetOf(const nx_json* node) const
+    // Of the quote before a member's name. What has no name is spoken of at the member that holds it.
+    size_t offsetOf(const nx_json* member) const
     {
-        return node->key != nullptr ? static_cast<size_t>(node->key - 1 - mDocument.text()) : 0;
+        return member->key != nullptr ? offsetOf(member->key - 1) : 0;
     }
     size_t offsetOf(const char* at) const
     {
@@ -65,45 +87,37 @@ private:
     void add(size_t offset, const char* severity, const std::string& what)
     {
         if (mLines.size() > kMaxFindings) {
+            if (!mCut) {
+                mLines += "\n... and more";
+                mCut = true;
+            }
             return;
         }
-        // Findings come mostly in the order of the text: go on from the last place.
-        if (offset < mOffset) {
-            mOffset = 0;
-            mPlace = {1, 1};
-        }
-        const ZKHAL::TextPosition step = ZKHAL::positionOf(mText + mOffset, offset - mOffset);
-        mPlace.column = step.line > 1 ? step.column : mPlace.column + step.column - 1;
-        mPlace.line += step.line - 1;
-        mOffset = offset;
+        const auto next = std::upper_bound(mLineStarts.begin(), mLineStarts.end(), offset);
+        const auto line = static_cast<size_t>(next - mLineStarts.begin());
         if (!mLines.empty()) {
             mLines += '\n';
         }
-        mLines += formatted("%zu:%zu: %s: ", mPlace.line, mPlace.column, severity);
-        mLines += what;
+        mLines += formatted("%zu:%zu: %s: ", line, offset - *(next - 1) + 1, severity);
+        mLines += ZKHAL::printable(what);
     }
 
-    const char* mText;
     const ZKHAL::JsonDocument& mDocument;
     std::string& mLines;
+    std::vector<size_t> mLineStarts;
     bool mRefused = false;
     bool mRemarked = false;
-    size_t mOffset = 0;
-    ZKHAL::TextPosition mPlace{1, 1};
+    bool mCut = false;
 };
 
+// A name from a document, cut at a character when it is long.
 std::string quoted(const char* text)
 {
-    std::string quoted = "\"";
-    for (const char* p = orEmpty(text); *p != '\0'; ++p) {
-        const bool isControl = static_cast<unsigned char>(*p) < 0x20 || *p == 0x7F;
-        quoted += isControl ? '?' : *p;  // one finding is one line
-        if (quoted.size() > 40) {
-            quoted += "...";
-            break;
-        }
-    }
-    return quoted + '"';
+    constexpr size_t kMost = 40;
+    char brief[kMost + 1];
+    const size_t length = std::strlen(orEmpty(text));
+    ZKHAL::copyToBuffer(brief, sizeof brief, orEmpty(text), length);
+    return std::string("\"") + brief + (length > kMost ? "...\"" : "\"");
 }
 
 uint32_t componentOf(const nx_json* member)
@@ -111,38 +125,47 @@ uint32_t componentOf(const nx_json* member)
     return static_cast<uint32_t>(decimalPrefix(member->key));
 }
 
-const nx_json* findFatal(const nx_json* member, uint32_t robotType, const ComponentRow*& row)
+// The row of a component whose parameters are read on this robot, else null.
+const ComponentRow* readRow(const nx_json* member, uint32_t robotType)
 {
     const uint32_t id = componentOf(member);
-    row = findComponent(id);
-    if (row == nullptr || row->findFatal == nullptr || !HAL::RobotHW_rev0::registersComponent(robotType, id)) {
-        return nullptr;
-    }
-    return row->findFatal(member);
+    const ComponentRow* row = findComponent(id);
+    return row != nullptr && HAL::RobotHW_rev0::registersComponent(robotType, id) ? row : nullptr;
 }
 
-void refuseMembers(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, uint32_t robotType,
-                   Findings& findings)
+bool isFatal(const nx_json* member, uint32_t robotType)
+{
+    const ComponentRow* row = readRow(member, robotType);
+    return row != nullptr && row->findFatal != nullptr && row->findFatal(member, nullptr) != nullptr;
+}
+
+void refuseMember(const nx_json* member, uint32_t robotType, Findings& findings)
+{
+    const ComponentRow* row = readRow(member, robotType);
+    if (row == nullptr || row->findFatal == nullptr) {
+        return;
+    }
+    for (const nx_json* fatal = nullptr; (fatal = row->findFatal(member, fatal)) != nullptr;) {
+        findings.refuse(findings.offsetOf(fatal), formatted("%s: %s", quoted(fatal->key).c_str(), row->fatalReason));
+    }
+}
+
+// Whether the text is a document at all.
+bool isCommandDocument(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, Findings& findings)
 {
     if (root == nullptr) {
         const ZKHAL::JsonError& error = document.error();
-        const std::string rest = orEmpty(*error.at != '\0' ? text + findings.offsetOf(error.at) : nullptr);
-        const bool isEnd = rest.empty();
-        findings.refuse(findings.offsetOf(error.at),
-                        formatted("not JSON: %s%s", error.reason,
-                                  isEnd ? "" : (" at " + quoted(rest.substr(0, rest.find('\n')).c_str())).c_str()));
-        return;
+        const size_t offset = findings.offsetOf(error.at);
+        const std::string rest(text + offset, std::strcspn(text + offset, "\r\n"));
+        findings.refuse(offset, formatted("not JSON: %s", error.reason) + (rest.empty() ? "" : " at ") +
+                                    (rest.empty() ? "" : quoted(rest.c_str())));
+        return false;
     }
     if (root->type != NX_JSON_OBJECT) {
         findings.refuse(0, "a command document is an object of components, like {\"106\":{\"brightness\":1}}");
-        return;
+        return false;
     }
-    for (const nx_json* member = root->child; member != nullptr; member = member->next) {
-        const ComponentRow* row = nullptr;
-        if (const nx_json* fatal = findFatal(member, robotType, row)) {
-            findings.refuse(findings.offsetOf(fatal), formatted("%s: %s", quoted(fatal->key).c_str(), row->fatalReason));
-        }
-    }
+    return true;
 }
 
 bool hasMember(const nx_json* params, const char* key)
@@ -208,6 +231,23 @@ public:
         checkPacking();
     }
 
+    // What stands behind the document, and what its texts lose.
+    void checkText(const char* text, const char* end)
+    {
+        const size_t behind = mFindings.offsetOf(end);
+        const size_t rest = behind + std::strspn(text + behind, " \t\r\n");
+        if (text[rest] != '\0') {
+            mFindings.remark(rest, "what follows the document is ignored");
+        }
+        for (size_t at = 0; at < behind; ++at) {
+            if (text[at] == '\\' && text[at + 1] == 'u') {
+                mFindings.remark(at, "\\u escapes are dropped: write the characters themselves, as UTF-8");
+                return;
+            }
+            at += text[at] == '\\' ? 1 : 0;
+        }
+    }
+
 private:
     HAL::robot_hw0_cmd_data& data()
     {
@@ -220,17 +260,16 @@ private:
     }
 
     // What the library would have printed, as remarks.
-    void remarkPrinted(const nx_json* node)
+    void remarkPrinted(const nx_json* member)
     {
-        const std::string text = mCapture.take();
-        for (size_t begin = 0; begin < text.size();) {
-            size_t end = text.find('\n', begin);
-            end = end == std::string::npos ? text.size() : end;
-            const bool saidBefore = text.compare(begin, 26, "unrecognized value in json") == 0;  // with its place
-            if (end > begin && !saidBefore) {
-                remark(node, text.substr(begin, end - begin));
+        const bool hasSixParams = nx_json_get(member, "params")->length == kBehaviourParams;
+        for (const std::string& message : mCapture.take()) {
+            // Said before, with its place; and said of six parameter bytes too, which are right.
+            const bool isUnknownKey = message.rfind("unrecognized value in json", 0) == 0;
+            const bool isTooMany = message == "error: too many parameter bytes" && hasSixParams;
+            if (!isUnknownKey && !isTooMany) {
+                remark(member, message);
             }
-            begin = end + 1;
         }
     }
 
@@ -250,8 +289,15 @@ private:
             if (mSeen[index]++ == 1) {
                 remark(member, formatted("%s is named twice: later parameters overwrite earlier ones", name));
             }
+            if (isFatal(member, robotType)) {
+                refuseMember(member, robotType, mFindings);
+                return;
+            }
             if (HAL::RobotHW_rev0::registersComponent(robotType, id)) {
+                mHeadMoves = row->params.find("hold") != nullptr;
+                mIsPan = id == ZK_COMPONENT_HEAD_PAN || id == ZK_COMPONENT_PAN_207 || id == ZK_COMPONENT_PAN_209;
                 checkParams(row->params, member, name);
+                checkUnsent(id, member, name);
                 row->fill(mBuffer, mMessage, id, member);
                 remarkPrinted(member);
                 checkAccepted(id, member, name);
@@ -281,7 +327,7 @@ private:
 
     void remarkWithoutRecord(uint32_t id, const nx_json* member, const char* name)
     {
-        const char* consequence = "its parameters are ignored and zeros are sent";
+        const char* consequence = "its parameters are ignored, and what is sent of it is zero";
         if (id == ZK_COMPONENT_RGB_101) {
             consequence = "its parameters are ignored and the colour of 104 is sent";
         } else if (id == ZK_COMPONENT_PAMPLEMOUSSE_START || id == ZK_COMPONENT_PAMPLEMOUSSE_STOP) {
@@ -323,40 +369,111 @@ private:
                 } else if (isNumber(*param) && param->dbl_value != static_cast<double>(param->int_value)) {
                     remark(param, formatted("%s: %g is read as the whole number %lld", key.c_str(), param->dbl_value,
                                             static_cast<long long>(param->int_value)));
+                } else if (!row.range.isEmpty() && !row.range.contains(static_cast<double>(param->int_value))) {
+                    remark(param, formatted("%s: %lld is outside %g to %g: only its low bits are sent", key.c_str(),
+                                            static_cast<long long>(param->int_value), row.range.low, row.range.high));
                 }
                 break;
             case ParamView::Real:
             case ParamView::Level:
-                if (!isNumber(*param)) {
-                    remark(param, formatted("%s is %s: read as 0", key.c_str(), kindOf(*param)));
-                } else if (row.view == ParamView::Level && !(param->dbl_value >= 0 && param->dbl_value <= 1)) {
-                    remark(param, formatted("%s: %g is outside 0 to 1: only the low byte of its level is sent",
-                                            key.c_str(), param->dbl_value));
-                }
+                checkReal(row, param, key);
                 break;
             case ParamView::Text:
-                checkText(row, param, key);
+                checkName(row, param, key);
                 break;
             case ParamView::Object:
                 checkParams(row.members, param, param->key);
                 break;
             case ParamView::Array:
+                checkNumbers(param, param);
+                break;
             case ParamView::Mixed:
-                break;  // the parser itself says what it does not take
+                checkEyeValue(param, key);
+                break;
         }
     }
 
-    void checkText(const ParamRow& row, const nx_json* param, const std::string& key)
+    void checkReal(const ParamRow& row, const nx_json* param, const std::string& key)
+    {
+        const bool isAngle = std::strcmp(row.key, "degree") == 0 && row.range.isEmpty() && mHeadMoves;
+        const Range range = isAngle ? headRange(mRobot.getRobotType(), mIsPan) : row.range;
+        if (!isNumber(*param)) {
+            remark(param, formatted("%s is %s: read as 0", key.c_str(), kindOf(*param)));
+        } else if (!range.isEmpty() && !range.contains(param->dbl_value)) {
+            remark(param, formatted("%s: %g is outside %g to %g: %s", key.c_str(), param->dbl_value, range.low, range.high,
+                                    row.view == ParamView::Level ? "only the low byte of its level is sent"
+                                                                 : "it is limited"));
+        }
+    }
+
+    // Elements or members that are no numbers read as 0.
+    void checkNumbers(const nx_json* list, const nx_json* place)
+    {
+        for (const nx_json* child = list->child; child != nullptr; child = child->next) {
+            if (!isNumber(*child) && child->type != NX_JSON_BOOL) {
+                remark(place, formatted("%s: %s in it is read as 0", quoted(place->key).c_str(), kindOf(*child)));
+                return;
+            }
+        }
+    }
+
+    // "brightness" and "index" of the eye ring, which take several forms.
+    void checkEyeValue(const nx_json* param, const std::string& key)
+    {
+        if (param->type == NX_JSON_ARRAY || param->type == NX_JSON_OBJECT) {
+            checkNumbers(param, param);
+        } else if (std::strcmp(param->key, "brightness") == 0) {
+            if (!isNumber(*param)) {
+                remark(param, formatted("%s is %s: read as 0", key.c_str(), kindOf(*param)));
+            } else if (param->dbl_value < 0 || param->dbl_value > 255) {
+                remark(param, formatted("%s: %g does not fit a byte: only its low bits are sent", key.c_str(),
+                                        param->dbl_value));
+            } else if (param->dbl_value > 1 && param->dbl_value != static_cast<double>(param->int_value)) {
+                remark(param, formatted("%s: above 1, %g is the byte %lld", key.c_str(), param->dbl_value,
+                                        static_cast<long long>(param->int_value)));
+            }
+        }
+    }
+
+    void checkName(const ParamRow& row, const nx_json* param, const std::string& key)
     {
         if (param->type != NX_JSON_STRING) {
             remark(param, formatted("%s is %s: read as \"\"", key.c_str(), kindOf(*param)));
             return;
         }
-        if (std::strlen(param->text_value) > row.maxLength) {
-            remark(param, formatted("%s is cut to %zu bytes", key.c_str(), row.maxLength));
+        if (static_cast<double>(std::strlen(param->text_value)) > row.range.high) {
+            remark(param, formatted("%s is cut to %g bytes", key.c_str(), row.range.high));
         }
-        if (row.key[0] == 'f' && std::strchr(param->text_value, '/') != nullptr) {
+        if (std::strcmp(row.key, "file") == 0 && std::strchr(param->text_value, '/') != nullptr) {
             remark(param, formatted("%s: every \"/\" is dropped", key.c_str()));
+        }
+    }
+
+    // Parameters that are read, but that this component's command has no place for.
+    void checkUnsent(uint32_t id, const nx_json* member, const char* name)
+    {
+        const auto remarkUnsent = [&](const char* key) {
+            if (key != nullptr && hasMember(member, key)) {
+                remark(nx_json_get(member, key), formatted("\"%s\" is not sent by %s", key, name));
+            }
+        };
+        for (const UnsentKeys& unsent : kUnsentKeys) {
+            for (const char* key : unsent.keys) {
+                remarkUnsent(unsent.id == id ? key : nullptr);
+            }
+        }
+        if (id == ZK_COMPONENT_BODY_LINEAR_ANGULAR) {
+            const bool linear = hasMember(member, "linear_acc_cm_s_s");
+            const bool angular = hasMember(member, "angular_acc_deg_s_s");
+            if (linear != angular) {
+                remark(member, "one acceleration without the other is not sent");
+            }
+            remarkUnsent(linear && angular ? "pose" : nullptr);
+        } else if (id == ZK_COMPONENT_BODY_POSE) {
+            const int64_t mode = nx_json_get(member, "mode")->int_value;
+            for (const char* key : {"dir", "wrap_theta", "ease"}) {
+                remarkUnsent(mode == 3 || mode == 4 ? key : nullptr);
+            }
         }
     }
 
@@ -368,6 +485,9 @@ private:
             if (!hasMember(member, "volume") && records.speaker.volume == 0) {
                 remark(member, "speaker without \"volume\": volume 0 is sent");
             }
+            if (hasMember(member, "volume") && records.speaker.volume > 100) {
+                remark(nx_json_get(member, "volume"), "\"volume\" outside 0 to 1 is not sent");
+            }
         } else if (id == ZK_COMPONENT_EYE_RING) {
             const bool hasAnimation = hasMember(member, "animation");
             const bool hasIndex = hasMember(member, "index");
@@ -376,7 +496,7 @@ private:
             }
             if (!hasMember(member, "brightness") && records.eyeRing.brightnessMode == 0 &&
                 records.eyeRing.brightness == 0) {
-                remark(member, "eye ring without \"brightness\": brightness 0 is sent");
+                mEyeWithoutBrightness = member;  // a remark, unless the combined packet takes it along
             }
             if (hasAnimation && hasIndex) {
                 remark(member, records.eyeRing.animationId == kNoEyeAnimation
@@ -399,12 +519,14 @@ private:
     void checkSettings(const nx_json* member)
     {
         const uint64_t bits = data().commandMask & HAL::kSettingBits;
+        bool anyGivenIsSent = false;
         for (const SettingKeys& setting : kSettingKeys) {
             const bool sent = (bits & setting.bit) != 0;
             for (const char* key : setting.keys) {
                 if (key != nullptr && sent && !hasMember(member, key)) {
                     remark(member, formatted("\"%s\" is sent though it is not given", key));
                 }
+                anyGivenIsSent = anyGivenIsSent || (key != nullptr && sent && hasMember(member, key));
             }
         }
         for (const nx_json* param = member->child; param != nullptr; param = param->next) {
@@ -419,7 +541,9 @@ private:
                 }
             }
             if (known && !sent) {
-                remark(param, formatted("\"%s\" is not sent: one message carries one setting", param->key));
+                remark(param, formatted(anyGivenIsSent ? "\"%s\" is not sent: one message carries one setting"
+                                                       : "\"%s\" is not sent: this value counts as not given",
+                                        param->key));
             }
         }
     }
@@ -427,6 +551,7 @@ private:
     void checkPacking()
     {
         HAL::PackTrace trace;
+        bool eyeBrightnessIsSent = false;
         HAL::RobotHW_rev0::pack(&mMessage, &mRobot, &trace);
         for (const HAL::PackedCommand& command : trace) {
             const size_t origin = originOf(command.bits);
@@ -436,13 +561,18 @@ private:
                 mFindings.remark(origin,
                                  formatted("%s goes into a third packet, which json2Packets drops", command.name));
             }
+            eyeBrightnessIsSent = eyeBrightnessIsSent || (command.bits & HAL::kBitEyeBrightness) != 0;
             if ((command.swallowed & HAL::kBitLed105) != 0) {
                 mFindings.remark(originOf(HAL::kBitLed105), "light 105 is not sent: the combined packet has no place for it");
             }
-            if ((command.swallowed & (HAL::kBitEyeBrightness | HAL::kBitEyeBrightnessQuad)) != 0) {
+            if ((command.swallowed & (HAL::kBitEyeBrightness | HAL::kBitEyeBrightnessQuad)) != 0 &&
+                mEyeWithoutBrightness == nullptr) {
                 mFindings.remark(originOf(command.swallowed & ~HAL::kBitLed105),
                                  "eye brightness is not sent: the combined packet has no place for it");
             }
+        }
+        if (mEyeWithoutBrightness != nullptr && eyeBrightnessIsSent) {
+            remark(mEyeWithoutBrightness, "eye ring without \"brightness\": brightness 0 is sent");
         }
         const uint64_t left = data().commandMask & HAL::kWheelBits;
         if (left != 0) {
@@ -467,6 +597,9 @@ private:
     BotMessengerBuffer mBuffer;
     HAL::Ctlr2BotMsg mMessage;
     size_t mOrigin[64] = {};
+    const nx_json* mEyeWithoutBrightness = nullptr;
+    bool mHeadMoves = false;
+    bool mIsPan = false;
     int mSeen[HAL::kComponentCount] = {};
 };
 
@@ -475,9 +608,21 @@ private:
 bool findRefusals(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, uint32_t robotType,
                   std::string& lines)
 {
+    // Told apart first, since this runs before every translation: nearly all documents are accepted.
+    bool refused = root == nullptr || root->type != NX_JSON_OBJECT;
+    for (const nx_json* member = refused ? nullptr : root->child; member != nullptr; member = member->next) {
+        refused = refused || isFatal(member, robotType);
+    }
+    if (!refused) {
+        return false;
+    }
     Findings findings(text, document, lines);
-    refuseMembers(text, document, root, robotType, findings);
-    return findings.refused();
+    if (isCommandDocument(text, document, root, findings)) {
+        for (const nx_json* member = root->child; member != nullptr; member = member->next) {
+            refuseMember(member, robotType, findings);
+        }
+    }
+    return true;
 }
 
 CheckResult checkCommandDocument(const char* text, uint32_t robotType, std::string& lines)
@@ -489,12 +634,12 @@ CheckResult checkCommandDocument(const char* text, uint32_t robotType, std::stri
     ZKHAL::JsonDocument document;
     const nx_json* root = document.parse(text, length);
     Findings findings(text, document, lines);
-    refuseMembers(text, document, root, robotType, findings);
-    if (findings.refused()) {
-        return CheckResult::Refused;
+    if (isCommandDocument(text, document, root, findings)) {
+        Checker checker(robotType, findings);
+        checker.check(root);
+        checker.checkText(text, document.end());
     }
-    Checker(robotType, findings).check(root);
-    return findings.remarked() ? CheckResult::Remarks : CheckResult::Accepted;
+    return findings.refused() ? CheckResult::Refused : findings.remarked() ? CheckResult::Remarks : CheckResult::Accepted;
 }
 
 }  // namespace APICore

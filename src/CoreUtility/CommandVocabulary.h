@@ -20,13 +20,31 @@ struct ParseContext {
     bool isPan;
 };
 
+struct Range {
+    double low = 0;
+    double high = 0;
+
+    bool isEmpty() const
+    {
+        return low == high;
+    }
+    bool contains(double value) const
+    {
+        return value >= low && value <= high;
+    }
+};
+
+/** How far the head of a robot turns, in degrees. */
+Range headRange(uint32_t robotType, bool isPan);
+
 struct ParamRow;
 
 struct ParamList {
     const ParamRow* rows;
     size_t count;
 
-    const ParamRow* find(const char* key) const;
+    // The row of a key, null if there is none. `hint` is looked at first: keys mostly come in the order of the rows.
+    const ParamRow* find(const char* key, const ParamRow* hint = nullptr) const;
 };
 
 /** One parameter of a component: its key, how it is read, and where it goes. */
@@ -34,7 +52,7 @@ struct ParamRow {
     const char* key;
     ParamView view;
     void (*store)(void* record, const nx_json& value, const ParseContext& context);
-    size_t maxLength = 0;        // texts: how many bytes are kept
+    Range range = {};            // what arrives whole: of values, or of a text's length; empty: not limited
     ParamList members = {};      // objects: what they are read for
 };
 
@@ -44,8 +62,8 @@ struct ComponentRow {
     ParamList params;
     /** Parses the parameters into the record(s) of this id; does nothing when the robot registers none. */
     void (*fill)(BotMessengerBuffer& buffer, HAL::Ctlr2BotMsg& message, uint32_t id, const nx_json* params);
-    /** The member of params (or params itself) for which fill() would stop the process; null if none. */
-    const nx_json* (*findFatal)(const nx_json* params);
+    /** The next member of params (or params itself) for which fill() would stop the process; null if none. */
+    const nx_json* (*findFatal)(const nx_json* params, const nx_json* after);
     const char* fatalReason;  // in words for people
 };
 

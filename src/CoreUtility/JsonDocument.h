@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <memory>
 #include <utility>
-#include <vector>
 
 #include "CoreUtility/nx_json.h"
 
@@ -19,44 +18,49 @@ struct JsonError {
     void print() const;
 };
 
+struct NodeBlock {
+    nx_json* next;
+    nx_json* end;
+};
+
 // Nodes handed out front to back and taken back all at once. What one huge text needed is not kept.
 class JsonNodePool {
 public:
-    nx_json* take()
-    {
-        if (mNext == mEnd) {
-            grow();
-        }
-        return mNext++;
-    }
+    static constexpr bool kTextIsPadded = true;  // texts are a JsonDocument's
+
+    NodeBlock nextBlock();
     void reset();
 
 private:
+    // Each block is twice as large as the one before; those up to 512 nodes stay, 70 KiB in all.
     static constexpr size_t kFirstBlock = 64;
-    static constexpr size_t kKeptNodes = 1024;  // 72 KiB stay with the pool
+    static constexpr size_t kKeptBlock = 512;
 
-    struct Block {
-        std::unique_ptr<nx_json[]> nodes;
-        size_t count;
-    };
-    void grow();
+    static constexpr size_t sizeOf(size_t block)
+    {
+        return kFirstBlock << block;
+    }
 
-    std::vector<Block> mBlocks;
-    size_t mCurrent = 0;
-    nx_json* mNext = nullptr;
-    nx_json* mEnd = nullptr;
+    std::unique_ptr<nx_json[]> mBlocks[40];  // more than any memory holds
+    size_t mAllocated = 0;
+    size_t mUsed = 0;
 };
 
 // One text and its tree, in storage that is used again by the next text.
 class JsonDocument {
 public:
-    // Copies at most length characters, up to the first NUL, and parses the copy. Returns null on an error, of
-    // which nothing is printed. The tree lives until the next call or clear().
+    // Copies length characters and parses the copy. Returns null on an error, of which nothing is printed.
+    // The tree lives until the next call or clear().
     const nx_json* parse(const char* text, size_t length);
 
     const JsonError& error() const
     {
         return mError;
+    }
+    // Behind the first complete value; what follows is ignored.
+    const char* end() const
+    {
+        return mEnd;
     }
     // The copy that the nodes point into.
     const char* text() const
@@ -66,6 +70,7 @@ public:
     void clear();
 
 private:
+    static constexpr size_t kPadding = 16;  // zeros behind the text: the reader looks at 16 bytes at a time
     static constexpr size_t kFirstText = 1024;
     static constexpr size_t kKeptText = 64 * 1024;
 
@@ -73,6 +78,7 @@ private:
     size_t mCapacity = 0;
     JsonNodePool mNodes;
     JsonError mError;
+    const char* mEnd = nullptr;
 };
 
 // Takes a spare document, or a new one, and gives it back cleared: what the printed lines of one conversion set off may
@@ -106,13 +112,5 @@ private:
     std::unique_ptr<JsonDocument>& mSpare;
     std::unique_ptr<JsonDocument> mDocument;
 };
-
-struct TextPosition {
-    size_t line;    // from 1
-    size_t column;  // from 1, in bytes
-};
-
-// Where a byte offset lies in the original text.
-TextPosition positionOf(const char* text, size_t offset);
 
 }  // namespace ZKHAL

@@ -6,7 +6,9 @@
 
 #include <locale.h>
 
+#include "CoreUtility/Assertion.h"
 #include "CoreUtility/PlainLocale.h"
+#include "CoreUtility/Text.h"
 
 namespace ZKHAL {
 
@@ -34,26 +36,6 @@ constexpr uint64_t kTenTo[] = {1ull,
                                10000000000000000000ull};
 constexpr int kMaxTenTo = 19;
 
-// Powers of ten that a double holds exactly.
-constexpr double kExactTenTo[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                  1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-constexpr int kMaxExactTenTo = 22;
-constexpr uint64_t kMaxExactInteger = uint64_t{1} << 53;
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-int digitValue(char c)
-{
-    if (isDigit(c)) {
-        return c - '0';
-    }
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 99;
-}
-
 struct Magnitude {
     const char* end;
     uint64_t value;  // saturated at limit
@@ -65,41 +47,13 @@ Magnitude readMagnitude(const char* p, uint64_t limit)
     constexpr uint64_t kAlwaysRoom = uint64_t{1} << 58;
     uint64_t value = 0;
     for (;; ++p) {
-        const uint64_t digit = static_cast<uint64_t>(digitValue(*p));
+        const auto digit = static_cast<uint64_t>(hexDigitValue(*p));  // -1 is beyond every base
         if (digit >= kBase) {
             return {p, value};
         }
         const bool fits = value < kAlwaysRoom || value <= (limit - digit) / kBase;
         value = fits ? value * kBase + digit : limit;
     }
-}
-
-__extension__ using Uint128 = unsigned __int128;
-
-// significand / 10^k, correctly rounded: a 128-bit division leaves at least 63 bits of quotient, and whether the
-// remainder is zero decides the ties. Most decimals that a script prints with 16 or 17 digits come through here.
-double divideByTenTo(uint64_t significand, int k)
-{
-    const int shiftN = __builtin_clzll(significand);
-    const int shiftD = __builtin_clzll(kTenTo[k]);
-    const uint64_t n = significand << shiftN;
-    const uint64_t d = kTenTo[k] << shiftD;
-    const Uint128 dividend = static_cast<Uint128>(n) << 63;
-    uint64_t quotient = static_cast<uint64_t>(dividend / d);
-    const bool inexact = static_cast<uint64_t>(dividend) != quotient * d;
-
-    const int dropped = (quotient >> 63) != 0 ? 11 : 10;  // bits beyond the 53 of a double
-    const uint64_t rest = quotient & ((uint64_t{1} << dropped) - 1);
-    const uint64_t half = uint64_t{1} << (dropped - 1);
-    quotient >>= dropped;
-    if (rest > half || (rest == half && (inexact || (quotient & 1) != 0))) {
-        ++quotient;
-    }
-    const int exponent = shiftD - shiftN - 63 + dropped;  // -116 to 11: neither end of a double's range is near
-    const uint64_t powerBits = static_cast<uint64_t>(1023 + exponent) << 52;
-    double power;
-    std::memcpy(&power, &powerBits, sizeof power);
-    return static_cast<double>(quotient) * power;
 }
 
 struct Real {
@@ -111,7 +65,9 @@ struct Real {
 Real readAnyReal(const char* text)
 {
     char* end = nullptr;
-    const double value = strtod_l(text, &end, plainLocale());
+    const locale_t locale = plainLocale();
+    ZK_ASSERT(locale);  // null only without memory
+    const double value = strtod_l(text, &end, locale);
     return {end, value};
 }
 
@@ -148,6 +104,7 @@ Real readDecimalReal(const char* text)
             for (; isDigit(*q); ++q) {
                 written = written < 10000 ? written * 10 + (*q - '0') : written;
             }
+            exact = exact && written < 10000;  // beyond that, as many zeros may stand before or behind the point
             exponent += negative ? -written : written;
             p = q;
         }
@@ -167,6 +124,33 @@ Real readDecimalReal(const char* text)
 
 }  // namespace
 
+__extension__ using Uint128 = unsigned __int128;
+
+// A 128-bit division leaves at least 63 bits of quotient, and whether the remainder is zero decides the ties. Most decimals that a script prints with 16 or 17 digits come through here.
+double divideByTenTo(uint64_t significand, int places)
+{
+    const int shiftN = __builtin_clzll(significand);
+    const int shiftD = __builtin_clzll(kTenTo[places]);
+    const uint64_t n = significand << shiftN;
+    const uint64_t d = kTenTo[places] << shiftD;
+    const Uint128 dividend = static_cast<Uint128>(n) << 63;
+    uint64_t quotient = static_cast<uint64_t>(dividend / d);
+    const bool inexact = static_cast<uint64_t>(dividend) != quotient * d;
+
+    const int dropped = (quotient >> 63) != 0 ? 11 : 10;  // bits beyond the 53 of a double
+    const uint64_t rest = quotient & ((uint64_t{1} << dropped) - 1);
+    const uint64_t half = uint64_t{1} << (dropped - 1);
+    quotient >>= dropped;
+    if (rest > half || (rest == half && (inexact || (quotient & 1) != 0))) {
+        ++quotient;
+    }
+    const int exponent = shiftD - shiftN - 63 + dropped;  // -116 to 11: neither end of a double's range is near
+    const uint64_t powerBits = static_cast<uint64_t>(1023 + exponent) << 52;
+    double power;
+    std::memcpy(&power, &powerBits, sizeof power);
+    return static_cast<double>(quotient) * power;
+}
+
 JsonNumber readJsonNumber(const char* text)
 {
     const bool negative = *text == '-';
@@ -176,7 +160,7 @@ JsonNumber readJsonNumber(const char* text)
     }
     const uint64_t limit = static_cast<uint64_t>(std::numeric_limits<int64_t>::max()) + (negative ? 1 : 0);
     const bool leadingZero = digits[0] == '0';
-    const bool hexadecimal = leadingZero && (digits[1] | 0x20) == 'x' && digitValue(digits[2]) < 16;
+    const bool hexadecimal = leadingZero && (digits[1] | 0x20) == 'x' && hexDigitValue(digits[2]) >= 0;
     const Magnitude magnitude = hexadecimal   ? readMagnitude<16>(digits + 2, limit)
                                 : leadingZero ? readMagnitude<8>(digits, limit)
                                               : readMagnitude<10>(digits, limit);

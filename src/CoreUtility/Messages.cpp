@@ -1,8 +1,10 @@
 #include "CoreUtility/Messages.h"
 
-#include <clocale>
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <memory>
+#include <new>
 
 #include <locale.h>
 
@@ -17,33 +19,66 @@ ZKMessageSink gSink = nullptr;
 void* gSinkUser = nullptr;
 thread_local MessageCapture* tCapture = nullptr;
 
-ZK_PRINTF(1, 0) std::string formatList(const char* format, va_list arguments)
-{
-    // This thread's locale only, and only for the call: the process-wide one belongs to the host.
-    const locale_t hostLocale = uselocale(plainLocale());
-    va_list again;
-    va_copy(again, arguments);
-    char brief[256];
-    const int length = std::vsnprintf(brief, sizeof brief, format, arguments);
-    std::string text;
-    if (length >= 0 && static_cast<size_t>(length) < sizeof brief) {
-        text.assign(brief, static_cast<size_t>(length));
-    } else if (length >= 0) {
-        text.resize(static_cast<size_t>(length) + 1);
-        std::vsnprintf(text.data(), text.size(), format, again);
-        text.pop_back();
+// This thread's locale only, and only for a while: the process-wide one belongs to the host.
+class PlainLocaleHere {
+public:
+    PlainLocaleHere() : mHost(uselocale(plainLocale())) {}
+    ~PlainLocaleHere()
+    {
+        uselocale(mHost);
     }
-    va_end(again);
-    uselocale(hostLocale);
-    return text;
-}
+    PlainLocaleHere(const PlainLocaleHere&) = delete;
+    PlainLocaleHere& operator=(const PlainLocaleHere&) = delete;
+
+private:
+    locale_t mHost;
+};
+
+// A formatted text: in place when it is short, as nearly all are.
+class FormattedText {
+public:
+    ZK_PRINTF(2, 0) FormattedText(const char* format, va_list arguments)
+    {
+        const PlainLocaleHere plain;
+        va_list again;
+        va_copy(again, arguments);
+        const int length = std::vsnprintf(mBrief, sizeof mBrief, format, arguments);
+        mLength = length > 0 ? static_cast<size_t>(length) : 0;
+        if (mLength >= sizeof mBrief) {
+            // Without memory, and beyond 2 GiB, what fits is better than nothing.
+            mLong.reset(new (std::nothrow) char[mLength + 1]);
+            if (mLong != nullptr) {
+                std::vsnprintf(mLong.get(), mLength + 1, format, again);
+            } else {
+                mLength = sizeof mBrief - 1;
+            }
+        }
+        va_end(again);
+    }
+
+    const char* text() const
+    {
+        return mLong != nullptr ? mLong.get() : mBrief;
+    }
+    size_t length() const
+    {
+        return mLength;
+    }
+
+private:
+    char mBrief[256];
+    std::unique_ptr<char[]> mLong;
+    size_t mLength;
+};
 
 }  // namespace
 
 void deliver(int stream, const char* text, size_t length)
 {
     if (tCapture != nullptr) {
-        tCapture->mText.append(text, length);
+        if (tCapture->mMessages.size() < MessageCapture::kMostMessages) {
+            tCapture->mMessages.emplace_back(text, std::min(length, MessageCapture::kMostBytes));
+        }
     } else if (gSink != nullptr) {
         gSink(gSinkUser, stream, text);
     } else {
@@ -55,27 +90,27 @@ void printOut(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatList(format, arguments);
+    const FormattedText line(format, arguments);
     va_end(arguments);
-    deliver(ZK_STREAM_OUT, text.c_str(), text.size());
+    deliver(ZK_STREAM_OUT, line.text(), line.length());
 }
 
 void printErr(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatList(format, arguments);
+    const FormattedText line(format, arguments);
     va_end(arguments);
-    deliver(ZK_STREAM_ERR, text.c_str(), text.size());
+    deliver(ZK_STREAM_ERR, line.text(), line.length());
 }
 
 std::string formatted(const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    std::string text = formatList(format, arguments);
+    const FormattedText line(format, arguments);
     va_end(arguments);
-    return text;
+    return std::string(line.text(), line.length());
 }
 
 MessageCapture::MessageCapture() : mOuter(tCapture)
@@ -88,11 +123,16 @@ MessageCapture::~MessageCapture()
     tCapture = mOuter;
 }
 
-std::string MessageCapture::take()
+std::vector<std::string> MessageCapture::take()
 {
-    std::string text;
-    text.swap(mText);
-    return text;
+    std::vector<std::string> messages;
+    messages.swap(mMessages);
+    for (std::string& message : messages) {
+        while (!message.empty() && message.back() == '\n') {
+            message.pop_back();
+        }
+    }
+    return messages;
 }
 
 }  // namespace ZKHAL

@@ -2,7 +2,9 @@
 // host's locale.
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "ZKHAL/ZKExport.h"
 
@@ -11,7 +13,8 @@ namespace ZKHAL {
 void printOut(const char* format, ...) ZK_PRINTF(1, 2);
 void printErr(const char* format, ...) ZK_PRINTF(1, 2);
 
-// While one exists, what its thread prints is kept here instead of printed. Captures nest; the innermost receives.
+// While one exists, what its thread prints is kept here instead of printed, up to a bound that no person would read
+// beyond. Captures nest; the innermost receives.
 class MessageCapture {
 public:
     MessageCapture();
@@ -19,13 +22,16 @@ public:
     MessageCapture(const MessageCapture&) = delete;
     MessageCapture& operator=(const MessageCapture&) = delete;
 
-    // What was printed since the last call.
-    std::string take();
+    // The messages since the last call, without their line ends.
+    std::vector<std::string> take();
 
 private:
     friend void deliver(int stream, const char* text, size_t length);
 
-    std::string mText;
+    static constexpr size_t kMostMessages = 1000;
+    static constexpr size_t kMostBytes = 1000;  // of one message
+
+    std::vector<std::string> mMessages;
     MessageCapture* mOuter;
 };
 

@@ -7,6 +7,21 @@
 
 namespace ZKHAL {
 
+constexpr bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+// Of a decimal or hexadecimal digit; -1 for any other character.
+constexpr int hexDigitValue(char c)
+{
+    if (isDigit(c)) {
+        return c - '0';
+    }
+    const char lower = static_cast<char>(c | 0x20);
+    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
 inline const char* orEmpty(const char* text)
 {
     return text != nullptr ? text : "";
@@ -37,10 +52,35 @@ inline void copyToBuffer(char* buffer, size_t size, const char* text, size_t len
     buffer[kept] = '\0';
 }
 
+// std::strcmp() == 0, and without a call for what differs early or is very short, as most keys are.
+inline bool isSameText(const char* a, const char* b)
+{
+    if (a[0] != b[0]) {
+        return false;
+    }
+    if (a[0] == '\0') {
+        return true;
+    }
+    if (a[1] != b[1]) {
+        return false;
+    }
+    return a[1] == '\0' || std::strcmp(a + 2, b + 2) == 0;
+}
+
 // The C library's atoi, where it is defined, and a saturated long cut to int where it is not.
 inline int decimalPrefix(const char* text)
 {
     const char* p = orEmpty(text);
+    if (isDigit(*p)) {  // as nearly all keys are written
+        int value = 0;
+        for (int digits = 0; digits < 9; ++digits, ++p) {
+            if (!isDigit(*p)) {
+                return value;
+            }
+            value = value * 10 + (*p - '0');
+        }
+        p = text;
+    }
     while (*p == ' ' || (*p >= '\t' && *p <= '\r')) {
         ++p;
     }
@@ -50,9 +90,11 @@ inline int decimalPrefix(const char* text)
     }
     uint64_t value = 0;
     const uint64_t limit = negative ? uint64_t{1} << 63 : (uint64_t{1} << 63) - 1;
-    for (; *p >= '0' && *p <= '9'; ++p) {
+    constexpr uint64_t kAlwaysRoom = uint64_t{1} << 59;
+    for (; isDigit(*p); ++p) {
         const uint64_t digit = static_cast<uint64_t>(*p - '0');
-        value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
+        const bool fits = value < kAlwaysRoom || value <= (limit - digit) / 10;
+        value = fits ? value * 10 + digit : limit;
     }
     const uint64_t bits = negative ? uint64_t{0} - value : value;
     return static_cast<int>(static_cast<uint32_t>(bits & 0xFFFFFFFF));

@@ -1,7 +1,12 @@
 #include "CoreUtility/nx_json.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "CoreUtility/Assertion.h"
 #include "CoreUtility/JsonDocument.h"
@@ -15,11 +20,13 @@ namespace {
 
 // Nodes allocated one by one, for trees that their owner releases with nx_json_free().
 struct HeapNodes {
-    static nx_json* take()
+    static constexpr bool kTextIsPadded = false;
+
+    static NodeBlock nextBlock()
     {
         nx_json* js = new (std::nothrow) nx_json;
         ZK_ASSERT(js);
-        return js;
+        return {js, js + 1};
     }
 };
 
@@ -28,21 +35,12 @@ bool isControlOrSpace(char c)
     return static_cast<unsigned char>(c) >= 1 && static_cast<unsigned char>(c) <= 32;
 }
 
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
-
 // Four hexadecimal digits; -1 when there are fewer.
 int readHex4(const char* p)
 {
     int value = 0;
     for (int i = 0; i < 4; ++i) {
-        const int digit = hexValue(p[i]);
+        const int digit = hexDigitValue(p[i]);
         if (digit < 0) {
             return -1;
         }
@@ -51,24 +49,206 @@ int readHex4(const char* p)
     return value;
 }
 
+bool isBlank(char c)
+{
+    return c == ' ' || c == ',' || c == '\n' || c == '\t' || c == '\r';
+}
+
+// The slow paths are plain functions, so that the parser below can live in registers.
+
+char* fail(JsonError& error, const char* reason, int site, const char* at)
+{
+    error = {reason, site, at};
+    return nullptr;
+}
+
+// p stands at the slash.
+char* skipComment(char* p, JsonError& error)
+{
+    if (p[1] == '/') {
+        char* end = std::strchr(p + 2, '\n');
+        return end != nullptr ? end + 1 : fail(error, "endless comment", 8, p);
+    }
+    if (p[1] == '*') {
+        char* end = std::strstr(p + 2, "*/");
+        return end != nullptr ? end + 2 : fail(error, "endless comment", 9, p);
+    }
+    return fail(error, "unexpected chars", 10, p);
+}
+
+// in stands at the backslash of \u.
+char* unescapeCodePoint(char* in, char*& out, nx_json_unicode_encoder encoder, JsonError& error)
+{
+    const int first = readHex4(in + 2);
+    if (first < 0) {
+        return fail(error, "invalid unicode escape", 12, in);
+    }
+    unsigned codePoint = static_cast<unsigned>(first);
+    char* end = in + 6;
+    if (codePoint >= 0xD800 && codePoint <= 0xDBFF) {
+        const int second = end[0] == '\\' && end[1] == 'u' ? readHex4(end + 2) : -1;
+        if (second < 0) {
+            return fail(error, "invalid unicode surrogate", 13, in);
+        }
+        if (second < 0xDC00 || second > 0xDFFF) {
+            return fail(error, "invalid unicode surrogate", 14, in);
+        }
+        codePoint = 0x10000 + (codePoint - 0xD800) * 1024 + (static_cast<unsigned>(second) - 0xDC00);
+        end += 6;
+    }
+    if (encoder(codePoint, out, &out) == 0) {
+        return fail(error, "invalid codepoint", 15, in);
+    }
+    return end;
+}
+
+char unescaped(char c)
+{
+    switch (c) {
+        case '"':
+        case '/':
+        case '\\':
+            return c;
+        case 'b':
+            return '\b';
+        case 'f':
+            return '\f';
+        case 'n':
+            return '\n';
+        case 'r':
+            return '\r';
+        case 't':
+            return '\t';
+        default:
+            return '\0';  // unknown
+    }
+}
+
+// Whether a quote closes the string, which goes on at p.
+bool isClosed(const char* p)
+{
+    for (; *p != '"'; ++p) {
+        if (*p == '\\' && p[1] != '\0') {
+            ++p;
+        } else if (*p == '\0') {
+            return false;
+        }
+    }
+    return true;
+}
+
+// For a string without a closing quote: its first bad escape, or else that it has no end. Nothing is rewritten, so
+// that the message shows the text as it came.
+char* failUnclosed(const char* start, char* in, nx_json_unicode_encoder encoder, JsonError& error)
+{
+    while (*in != '\0') {
+        char scratch[8];
+        char* out = scratch;
+        if (in[0] == '\\' && in[1] == 'u' && encoder != nullptr) {
+            in = unescapeCodePoint(in, out, encoder, error);
+            if (in == nullptr) {
+                return nullptr;
+            }
+        } else {
+            in += in[0] == '\\' && in[1] != '\0' ? 2 : 1;
+        }
+    }
+    return fail(error, "no closing quote for string", 11, start - 1);
+}
+
+// The string that began at `start` goes on at `in`, which stands at its first backslash or at its end.
+// Unescapes in place up to the closing quote, which becomes the terminator. Returns the position after it.
+char* unescapeRest(const char* start, char* in, nx_json_unicode_encoder encoder, JsonError& error)
+{
+    if (!isClosed(in)) {
+        return failUnclosed(start, in, encoder, error);
+    }
+    char* out = in;
+    while (*in != '"') {
+        if (*in != '\\') {
+            *out++ = *in++;
+        } else if (in[1] == 'u' && encoder != nullptr) {
+            in = unescapeCodePoint(in, out, encoder, error);
+            if (in == nullptr) {
+                return nullptr;
+            }
+        } else if (const char c = unescaped(in[1])) {
+            *out++ = c;
+            in += 2;
+        } else {  // an unknown escape keeps its backslash and its character
+            *out++ = *in++;
+            *out++ = *in++;
+        }
+    }
+    *out = '\0';
+    return in + 1;
+}
+
+// The first quote, backslash or NUL.
+template <bool kTextIsPadded>
+char* findStringEnd(char* p)
+{
+#if defined(__SSE2__)
+    if constexpr (kTextIsPadded) {
+        for (;; p += 16) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+            const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('"')),
+                                              _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\\')),
+                                                           _mm_cmpeq_epi8(block, _mm_setzero_si128())));
+            if (const auto mask = static_cast<unsigned>(_mm_movemask_epi8(ends))) {
+                return p + __builtin_ctz(mask);
+            }
+        }
+    }
+#endif
+    while (*p != '"' && *p != '\\' && *p != '\0') {
+        ++p;
+    }
+    return p;
+}
+
+#define ZK_HOT __attribute__((always_inline)) inline
+
 // The reader proper. An open container keeps its parent in `next`, which it needs for a sibling only after it is
 // closed: so nesting takes no stack, and a partial tree can be put in order again.
 template <class Nodes>
 class JsonParser {
 public:
-    JsonParser(Nodes& nodes, nx_json_unicode_encoder encoder) : mNodes(nodes), mEncoder(encoder) {}
-
-    // The root, complete or not; an error is set when it is not.
-    nx_json* parse(char* text, JsonError& error)
+    JsonParser(Nodes& nodes, nx_json_unicode_encoder encoder, JsonError& error)
+        : mNodes(nodes), mEncoder(encoder), mError(error)
     {
-        mError = &error;
-        char* p = text;
-        while (p != nullptr) {
-            p = mOpen != nullptr && mOpen->type == NX_JSON_OBJECT ? readMember(p) : readValue(p, nullptr);
-            if (mRoot != nullptr && mOpen == nullptr) {
+    }
+
+    // The root, complete or not; an error is set when it is not. end: behind the root.
+    nx_json* parse(char* p, const char*& end)
+    {
+        // Each turn reads one value, in an object with its key, up to its end or to the opening of a container.
+        while (true) {
+            const char* key = nullptr;
+            if (mInObject) {
+                p = findKey(p);
+                if (p == nullptr) {
+                    break;
+                }
+                if (*p == '}') {
+                    ++p;
+                    if (close()) {
+                        break;
+                    }
+                    continue;
+                }
+                key = p + 1;
+                p = readKeyAndColon(p + 1);
+                if (p == nullptr) {
+                    break;
+                }
+            }
+            p = readValue(p, key);
+            if (p == nullptr || mOpen == nullptr) {
                 break;
             }
         }
+        end = p;
         while (mOpen != nullptr) {
             close();
         }
@@ -76,274 +256,184 @@ public:
     }
 
 private:
-    char* fail(const char* reason, int site, const char* at)
+    ZK_HOT nx_json* create(nx_json_type type, const char* key)
     {
-        *mError = {reason, site, at};
-        return nullptr;
-    }
-
-    nx_json* create(nx_json_type type, const char* key)
-    {
-        nx_json* node = mNodes.take();
-        *node = {type, key, nullptr, 0, 0.0, 0, nullptr, nullptr, nullptr};
-        if (mOpen == nullptr) {
-            mRoot = node;
-        } else {
-            if (mOpen->last_child != nullptr) {
-                mOpen->last_child->next = node;
-            } else {
-                mOpen->child = node;
-            }
-            mOpen->last_child = node;
-            ++mOpen->length;
+        if (mFree.next == mFree.end) {
+            mFree = mNodes.nextBlock();
         }
+        nx_json* node = mFree.next++;
+        *node = {type, key, nullptr, 0, 0.0, 0, nullptr, nullptr, nullptr};
+        if (mLast != nullptr) {
+            mLast->next = node;
+        } else if (mOpen != nullptr) {
+            mOpen->child = node;
+        } else {
+            mRoot = node;
+        }
+        mLast = node;
+        ++mCount;
         return node;
     }
 
-    void open(nx_json_type type, const char* key)
+    ZK_HOT void open(nx_json_type type, const char* key)
     {
         nx_json* node = create(type, key);
+        if (mOpen != nullptr) {
+            mOpen->length = static_cast<int32_t>(mCount);
+        }
         node->next = mOpen;
         mOpen = node;
+        mLast = nullptr;
+        mCount = 0;
+        mInObject = type == NX_JSON_OBJECT;
     }
 
-    void close()
+    // Returns whether that was the root.
+    ZK_HOT bool close()
     {
         nx_json* closed = mOpen;
+        closed->length = static_cast<int32_t>(mCount);
+        closed->last_child = mLast;
         mOpen = closed->next;
         closed->next = nullptr;
+        mLast = closed;
+        if (mOpen == nullptr) {
+            return true;
+        }
+        mCount = static_cast<uint32_t>(mOpen->length);
+        mInObject = mOpen->type == NX_JSON_OBJECT;
+        return false;
     }
 
-    // One member up to the end of its value (or up to the opening of a container), or the end of the object.
-    char* readMember(char* p)
+    // The next key's opening quote, or the end of the object.
+    ZK_HOT char* findKey(char* p)
     {
-        for (;;) {
+        if (p[0] == ',' && p[1] == '"') {  // as scripts write it
+            return p + 1;
+        }
+        while (*p != '"' && *p != '}') {
             if (isControlOrSpace(*p) || *p == ',') {  // a wider set than between values
                 ++p;
-            } else if (*p == '"') {
-                break;
-            } else if (*p == '}') {
-                close();
-                return p + 1;
             } else if (*p == '/') {
-                p = skipComment(p);
+                p = skipComment(p, mError);
                 if (p == nullptr) {
                     return nullptr;
                 }
             } else {
-                return fail("unexpected chars", 1, p);
+                return fail(mError, "unexpected chars", 1, p);
             }
         }
-        const char* key = p + 1;
-        p = unescape(p + 1);
+        return p;
+    }
+
+    // p stands behind the opening quote. Returns the position behind the closing one, which becomes a NUL.
+    ZK_HOT char* readString(char* p)
+    {
+        char* end = findStringEnd<Nodes::kTextIsPadded>(p);
+        if (*end != '"') {
+            return unescapeRest(p, end, mEncoder, mError);
+        }
+        *end = '\0';
+        return end + 1;
+    }
+
+    // p stands behind the opening quote. Returns the position behind the colon.
+    ZK_HOT char* readKeyAndColon(char* p)
+    {
+        p = readString(p);
         if (p == nullptr) {
             return nullptr;
         }
         while (isControlOrSpace(*p)) {
             ++p;
         }
-        if (*p != ':') {
-            return fail("unexpected chars", 2, p);
-        }
-        return readValue(p + 1, key);
+        return *p == ':' ? p + 1 : fail(mError, "unexpected chars", 2, p);
     }
 
-    char* readValue(char* p, const char* key)
+    ZK_HOT char* readValue(char* p, const char* key)
     {
-        for (;;) {
-            switch (*p) {
-                case '\0':
-                    return fail("unexpected end of text", 3, p);
-                case '\t':
-                case '\n':
-                case '\r':
-                case ' ':
-                case ',':
-                    ++p;
-                    continue;
-                case '"': {
-                    nx_json* node = create(NX_JSON_STRING, key);
-                    node->text_value = p + 1;
-                    return unescape(p + 1);
+        while (isBlank(*p) || *p == '/') {
+            if (*p == '/') {
+                p = skipComment(p, mError);
+                if (p == nullptr) {
+                    return nullptr;
                 }
-                case '-':
-                case '0':
-                case '1':
-                case '2':
-                case '3':
-                case '4':
-                case '5':
-                case '6':
-                case '7':
-                case '8':
-                case '9':
-                    return readNumber(p, key);
-                case '/':
-                    p = skipComment(p);
-                    if (p == nullptr) {
-                        return nullptr;
-                    }
-                    continue;
-                case '[':
-                    open(NX_JSON_ARRAY, key);
-                    return p + 1;
-                case ']':
-                    if (mOpen == nullptr || mOpen->type != NX_JSON_ARRAY) {
-                        return fail("unexpected chars", 4, p);
-                    }
-                    close();
-                    return p + 1;
-                case '{':
-                    open(NX_JSON_OBJECT, key);
-                    return p + 1;
-                case 't':
-                    return readWord(p, key, "true", NX_JSON_BOOL, 1);
-                case 'f':
-                    return readWord(p, key, "false", NX_JSON_BOOL, 0);
-                case 'n':
-                    return readWord(p, key, "null", NX_JSON_NULL, 0);
-                default:
-                    return fail("unexpected chars", 5, p);
+            } else {
+                ++p;
             }
         }
+        if (isDigit(*p) || *p == '-') {
+            return readNumber(p, key);
+        }
+        switch (*p) {
+            case '"': {
+                create(NX_JSON_STRING, key)->text_value = p + 1;
+                return readString(p + 1);
+            }
+            case '[':
+                open(NX_JSON_ARRAY, key);
+                return p + 1;
+            case ']':
+                if (mOpen == nullptr || mInObject) {
+                    return fail(mError, "unexpected chars", 4, p);
+                }
+                close();
+                return p + 1;
+            case '{':
+                open(NX_JSON_OBJECT, key);
+                return p + 1;
+            case 't':
+                return readWord(p, key, "true", NX_JSON_BOOL, 1);
+            case 'f':
+                return readWord(p, key, "false", NX_JSON_BOOL, 0);
+            case 'n':
+                return readWord(p, key, "null", NX_JSON_NULL, 0);
+            case '\0':
+                return fail(mError, "unexpected end of text", 3, p);
+            default:
+                return fail(mError, "unexpected chars", 5, p);
+        }
     }
 
-    char* readNumber(char* p, const char* key)
+    ZK_HOT char* readNumber(char* p, const char* key)
     {
+        nx_json* node = create(NX_JSON_INTEGER, key);
+        if constexpr (Nodes::kTextIsPadded) {
+            bool isReal;
+            if (const char* end = readPlainDecimal(p, node->int_value, node->dbl_value, isReal)) {
+                node->type = isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER;
+                return p + (end - p);
+            }
+        }
         const JsonNumber number = readJsonNumber(p);
         if (number.end == nullptr) {
-            return fail("invalid number", 6, p);
+            return fail(mError, "invalid number", 6, p);
         }
-        nx_json* node = create(number.isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER, key);
+        node->type = number.isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER;
         node->int_value = number.integer;
         node->dbl_value = number.real;
         return p + (number.end - p);
     }
 
-    char* readWord(char* p, const char* key, const char* word, nx_json_type type, int value)
+    ZK_HOT char* readWord(char* p, const char* key, const char* word, nx_json_type type, int value)
     {
         const size_t length = std::strlen(word);
         if (std::strncmp(p, word, length) != 0) {
-            return fail("unexpected chars", 7, p);
+            return fail(mError, "unexpected chars", 7, p);
         }
         create(type, key)->int_value = value;
         return p + length;
     }
 
-    // p stands at the slash.
-    char* skipComment(char* p)
-    {
-        if (p[1] == '/') {
-            char* end = std::strchr(p + 2, '\n');
-            return end != nullptr ? end + 1 : fail("endless comment", 8, p);
-        }
-        if (p[1] == '*') {
-            char* end = std::strstr(p + 2, "*/");
-            return end != nullptr ? end + 2 : fail("endless comment", 9, p);
-        }
-        return fail("unexpected chars", 10, p);
-    }
-
-    // Unescapes in place up to the closing quote, which becomes the terminator. Returns the position after it.
-    char* unescape(char* const start)
-    {
-        char* in = start;
-        while (*in != '"' && *in != '\\' && *in != '\0') {
-            ++in;  // most strings have no escape and stay where they are
-        }
-        char* out = in;
-        for (;;) {
-            const char c = *in;
-            if (c == '"') {
-                *out = '\0';
-                return in + 1;
-            }
-            if (c == '\0') {
-                return fail("no closing quote for string", 11, start - 1);
-            }
-            if (c != '\\') {
-                *out++ = c;
-                ++in;
-                continue;
-            }
-            switch (in[1]) {
-                case '"':
-                case '/':
-                case '\\':
-                    *out++ = in[1];
-                    in += 2;
-                    break;
-                case 'b':
-                    *out++ = '\b';
-                    in += 2;
-                    break;
-                case 'f':
-                    *out++ = '\f';
-                    in += 2;
-                    break;
-                case 'n':
-                    *out++ = '\n';
-                    in += 2;
-                    break;
-                case 'r':
-                    *out++ = '\r';
-                    in += 2;
-                    break;
-                case 't':
-                    *out++ = '\t';
-                    in += 2;
-                    break;
-                case 'u':
-                    if (mEncoder != nullptr) {
-                        in = unescapeCodePoint(in, out);
-                        if (in == nullptr) {
-                            return nullptr;
-                        }
-                        break;
-                    }
-                    [[fallthrough]];
-                default:  // an unknown escape keeps its backslash and its character
-                    *out++ = c;
-                    ++in;
-                    if (*in != '\0') {
-                        *out++ = *in++;
-                    }
-                    break;
-            }
-        }
-    }
-
-    // in stands at the backslash of \u.
-    char* unescapeCodePoint(char* in, char*& out)
-    {
-        const int first = readHex4(in + 2);
-        if (first < 0) {
-            return fail("invalid unicode escape", 12, in);
-        }
-        unsigned codePoint = static_cast<unsigned>(first);
-        char* end = in + 6;
-        if (codePoint >= 0xD800 && codePoint <= 0xDBFF) {
-            const int second = end[0] == '\\' && end[1] == 'u' ? readHex4(end + 2) : -1;
-            if (second < 0) {
-                return fail("invalid unicode surrogate", 13, in);
-            }
-            if (second < 0xDC00 || second > 0xDFFF) {
-                return fail("invalid unicode surrogate", 14, in);
-            }
-            codePoint = 0x10000 + (codePoint - 0xD800) * 1024 + (static_cast<unsigned>(second) - 0xDC00);
-            end += 6;
-        }
-        if (mEncoder(codePoint, out, &out) == 0) {
-            return fail("invalid codepoint", 15, in);
-        }
-        return end;
-    }
-
     Nodes& mNodes;
     nx_json_unicode_encoder mEncoder;
-    JsonError* mError = nullptr;
+    JsonError& mError;
+    NodeBlock mFree = {nullptr, nullptr};
     nx_json* mRoot = nullptr;
-    nx_json* mOpen = nullptr;  // the container whose members are being read
+    nx_json* mOpen = nullptr;  // the container whose members are being read, null around the root
+    nx_json* mLast = nullptr;  // its last child so far
+    uint32_t mCount = 0;       // its children so far
+    bool mInObject = false;
 };
 
 int dropCodePoint(unsigned /*codePoint*/, char* output, char** newOutput)
@@ -354,6 +444,9 @@ int dropCodePoint(unsigned /*codePoint*/, char* output, char** newOutput)
 
 void release(nx_json* node)
 {
+    if (node != nullptr) {
+        node->next = nullptr;  // only this node and what is below it
+    }
     while (node != nullptr) {
         // A node's children take its place in the list, so that no depth needs a stack.
         if (node->child != nullptr) {
@@ -375,47 +468,39 @@ void JsonError::print() const
     printErr("NXJSON PARSE ERROR (%d): %s at %s\n", site, reason, at);
 }
 
-void JsonNodePool::grow()
+NodeBlock JsonNodePool::nextBlock()
 {
-    if (mCurrent == mBlocks.size()) {
-        const size_t count = mBlocks.empty() ? kFirstBlock : mBlocks.back().count * 2;
-        std::unique_ptr<nx_json[]> js(new (std::nothrow) nx_json[count]);
+    if (mUsed == mAllocated) {
+        std::unique_ptr<nx_json[]> js(new (std::nothrow) nx_json[sizeOf(mUsed)]);
         ZK_ASSERT(js);
-        mBlocks.push_back({std::move(js), count});
+        mBlocks[mAllocated++] = std::move(js);
     }
-    const Block& block = mBlocks[mCurrent++];
-    mNext = block.nodes.get();
-    mEnd = mNext + block.count;
+    nx_json* nodes = mBlocks[mUsed].get();
+    return {nodes, nodes + sizeOf(mUsed++)};
 }
 
 void JsonNodePool::reset()
 {
-    size_t kept = 0;
-    size_t blocks = 0;
-    while (blocks < mBlocks.size() && kept + mBlocks[blocks].count <= kKeptNodes) {
-        kept += mBlocks[blocks++].count;
+    while (mAllocated > 0 && sizeOf(mAllocated - 1) > kKeptBlock) {
+        mBlocks[--mAllocated].reset();
     }
-    if (blocks < mBlocks.size()) {
-        mBlocks.resize(blocks);
-    }
-    mCurrent = 0;
-    mNext = mEnd = nullptr;
+    mUsed = 0;
 }
 
 const nx_json* JsonDocument::parse(const char* text, size_t length)
 {
     clear();
-    length = strnlen(text, length);
-    if (mCapacity < length + 1) {
+    const size_t needed = length + kPadding;
+    if (mCapacity < needed) {
         mCapacity = 0;
-        mText.reset(new char[length + 1 > kFirstText ? length + 1 : kFirstText]);
-        mCapacity = length + 1 > kFirstText ? length + 1 : kFirstText;
+        mText.reset(new char[std::max(needed, kFirstText)]);
+        mCapacity = std::max(needed, kFirstText);
     }
-    std::memcpy(mText.get(), text, length);
-    mText[length] = '\0';
+    std::memcpy(mText.get(), text, length);  // up to its first NUL at the most, where the reader stops
+    std::memset(mText.get() + length, 0, kPadding);
     mError = {};
-    JsonParser<JsonNodePool> parser(mNodes, dropCodePoint);
-    const nx_json* root = parser.parse(mText.get(), mError);
+    JsonParser<JsonNodePool> parser(mNodes, dropCodePoint, mError);
+    const nx_json* root = parser.parse(mText.get(), mEnd);
     return mError.reason == nullptr ? root : nullptr;
 }
 
@@ -428,20 +513,6 @@ void JsonDocument::clear()
     }
 }
 
-TextPosition positionOf(const char* text, size_t offset)
-{
-    TextPosition position{1, 1};
-    for (size_t i = 0; i < offset; ++i) {
-        if (text[i] == '\n') {
-            ++position.line;
-            position.column = 1;
-        } else {
-            ++position.column;
-        }
-    }
-    return position;
-}
-
 }  // namespace ZKHAL
 
 const nx_json* nx_json_parse(char* text, nx_json_unicode_encoder encoder)
@@ -449,11 +520,12 @@ const nx_json* nx_json_parse(char* text, nx_json_unicode_encoder encoder)
     char empty[1] = "";
     ZKHAL::HeapNodes nodes;
     ZKHAL::JsonError error;
-    ZKHAL::JsonParser<ZKHAL::HeapNodes> parser(nodes, encoder);
-    nx_json* root = parser.parse(text != nullptr ? text : empty, error);
+    ZKHAL::JsonParser<ZKHAL::HeapNodes> parser(nodes, encoder, error);
+    const char* end = nullptr;
+    nx_json* root = parser.parse(text != nullptr ? text : empty, end);
     if (error.reason != nullptr) {
-        error.print();
         ZKHAL::release(root);
+        error.print();
         return nullptr;
     }
     return root;
@@ -500,7 +572,7 @@ const nx_json* nx_json_get(const nx_json* node, const char* key)
 {
     if (node != nullptr && key != nullptr) {
         for (const nx_json* child = node->child; child != nullptr; child = child->next) {
-            if (child->key != nullptr && std::strcmp(child->key, key) == 0) {
+            if (child->key != nullptr && ZKHAL::isSameText(child->key, key)) {
                 return child;
             }
         }

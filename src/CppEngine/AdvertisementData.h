@@ -33,6 +33,20 @@ public:
     uint8_t version[kVersionBytes] = {};
     uint32_t batteryLevel = kUnknownLevel;
     uint32_t chargeMode = kUnknownLevel;
+    uint8_t fieldNOrR6 = 0;  // byte 9 of Orvik, Pell and Quill, byte 8 of Rusk
+    std::string uniqueId;
+    uint8_t hardwareMinorVersion = 0;  // Orvik only
+    bool flagA = false;                // of Rusk: field R3
+    bool flagB = false;
+    bool isCharging = false;
+    // Rusk only.
+    bool fieldR4 = false;
+    uint32_t fieldR2 = 0;
+    uint32_t fieldR1 = 0;
+    uint8_t fieldR5 = 0;
+    std::string serialNumber;
+
+    std::string parseError;
 };
 
 }  // namespace Kestrel

@@ -99,8 +99,7 @@ constexpr FieldLayout kSettingPercentFields[] = {byteField("", "%", 2)};
 constexpr FieldLayout kSettingLevelFields[] = {byteField("", kLevel, 2)};
 constexpr FieldLayout kColorAnimFields[] = {
     {"colour", "", 1, false, {{2, 0, 3}, kNone, kNone, kNone}},
-    {"animation", "", 1, false, {{2, 3, 3}, kNone, kNone, kNone}},
-    {"animation 7", "", 1, false, {{2, 6, 1}, kNone, kNone, kNone}},  // set: the animation is 7
+    {"animation", "", 1, false, {{2, 3, 3}, {2, 6, 1}, kNone, kNone}, Show::AnimationOrSeven},
 };
 constexpr FieldLayout kClockFields[] = {
     {"", "s since 1970", 1, false, {{5, 0, 8}, {4, 0, 8}, {3, 0, 8}, {2, 0, 8}}}};
@@ -256,6 +255,9 @@ int64_t rawOf(const FieldLayout& field, const uint8_t* bytes)
     if (field.isSigned && (raw >> (bits - 1) & 1) != 0) {
         raw |= ~uint64_t{0} << bits;
     }
+    if (field.show == Show::AnimationOrSeven && (raw & 8) != 0) {
+        return 7;  // animation 7 comes as 1 with a flag of its own
+    }
     return static_cast<int64_t>(raw);
 }
 
@@ -267,13 +269,16 @@ void appendListed(std::string& text, const std::string& item)
 std::string eyeLights(int64_t bitmap)
 {
     std::string lights;
-    for (int bit = 1; bit < 16; ++bit) {
-        if ((bitmap >> bit & 1) != 0) {
-            appendListed(lights, ZKHAL::plainNumber(bit));
+    constexpr int kLights = 12;
+    for (int light = 1; light <= kLights; ++light) {
+        if ((bitmap >> (light % kLights) & 1) != 0) {  // light 12 is bit 0
+            appendListed(lights, std::to_string(light));
         }
     }
-    if ((bitmap & 1) != 0) {
-        appendListed(lights, "12");  // the document's light 12 is bit 0
+    for (int bit = kLights; bit < 16; ++bit) {
+        if ((bitmap >> bit & 1) != 0) {
+            appendListed(lights, "(bit " + std::to_string(bit) + ")");
+        }
     }
     return lights.empty() ? "none" : lights;
 }
@@ -299,7 +304,8 @@ std::string fieldInWords(const FieldLayout& field, const uint8_t* bytes)
     if (field.show == Show::Lights) {
         return messageLights(raw);
     }
-    std::string words = ZKHAL::plainNumber(raw == 0 ? 0 : static_cast<double>(raw) * field.scale);
+    std::string words = field.scale == 1 ? std::to_string(raw)
+                                         : ZKHAL::plainNumber(raw == 0 ? 0 : static_cast<double>(raw) * field.scale);
     if (field.unit[0] != '\0') {
         const bool attached = field.unit[0] == '/' || field.unit[0] == '%';
         words += (attached ? "" : " ") + std::string(field.unit);
@@ -347,7 +353,7 @@ std::string RobotCommand::inWords() const
 {
     std::string words = mLayout->name;
     if (mLayout->textSize > 0) {
-        words += ": \"" + text() + '"';
+        words += ": \"" + ZKHAL::printable(text()) + '"';
     }
     for (size_t i = 0; i < mLayout->fieldCount; ++i) {
         const FieldLayout& field = mLayout->fields[i];
@@ -366,7 +372,8 @@ PacketReading readCommands(const uint8_t* data, size_t length)
     while (at < end) {
         const CommandLayout* layout = findLayout(data + at, end - at);
         if (layout == nullptr) {
-            reading.problem = "no command begins with this byte";
+            const bool lacksSubCode = end - at == 1 && (data[at] == kCmdUserSettings || data[at] == kCmdClock);
+            reading.problem = lacksSubCode ? "the command is cut off" : "no command begins with this byte";
             break;
         }
         if (layout->size > end - at) {

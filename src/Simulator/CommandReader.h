@@ -15,7 +15,7 @@ struct Piece {
     uint8_t byte, shift, bits;
 };
 
-enum class Show : uint8_t { Number, EyeLights, Lights };
+enum class Show : uint8_t { Number, EyeLights, Lights, AnimationOrSeven };
 
 // A field of a command, its pieces from the lowest bits up.
 struct FieldLayout {

@@ -33,7 +33,8 @@ constexpr size_t kSlots = 2;
 bool translate(const char* json, uint8_t* out)
 {
     init();
-    const HAL::PacketList& list = bmb_orvik->convert(json, std::strlen(json));
+    const HAL::PacketList& list = bmb_orvik->convert(json, *json != '\0' ? SIZE_MAX : 0);
+    std::memset(out, 0, ZK_BLOCK_SIZE);  // only now: a host may hand in one buffer for both
     size_t count = list.count;
     if (count > kSlots) {
         ZKHAL::printErr("error: too many packets! will only return 2 of %ld.\n", static_cast<long>(count));
@@ -55,12 +56,14 @@ void json2Packets(const char* json, uint8_t* out)
     if (out == nullptr) {
         return;
     }
-    std::memset(out, 0, ZK_BLOCK_SIZE);
-    ZKHAL::guarded(__func__, false, [&] { return translate(ZKHAL::orEmpty(json), out); });
+    if (!ZKHAL::guarded(__func__, false, [&] { return translate(ZKHAL::orEmpty(json), out); })) {
+        std::memset(out, 0, ZK_BLOCK_SIZE);
+    }
 }
 
 int ZKCheckCommandDocument(const char* json, uint32_t robotType, char* message, size_t messageSize)
 {
+    ZKHAL::copyToBuffer(message, messageSize, "", 0);
     return ZKHAL::guarded(__func__, static_cast<int>(ZK_CHECK_REFUSED), [&] {
         std::string findings;
         const APICore::CheckResult result =

@@ -28,46 +28,47 @@ using ZKHAL::truncate;
 // ---- What a robot type registers -------------------------------------------------------------------------------
 
 #define ZK_AT(field) static_cast<uint16_t>(offsetof(Data, field))
+#define ZK_RECORD(field) ZK_AT(field), static_cast<uint16_t>(sizeof(Data::field))
 
 // Sorted by kind, then by id.
 constexpr StorageRow kStorage[] = {
-    {RecordKind::NoParams, ZK_COMPONENT_NO_PARAMS_210, ZK_AT(noParams210), kWheeledRobots},
-    {RecordKind::NoParams, ZK_COMPONENT_NO_PARAMS_212, ZK_AT(noParams212), kWheeledRobots},
-    {RecordKind::Launcher, ZK_COMPONENT_LAUNCHER_400, ZK_AT(launcher400), kWheeledRobots},
-    {RecordKind::Launcher, ZK_COMPONENT_LAUNCHER_401, ZK_AT(launcher401), kWheeledRobots},
-    {RecordKind::LedMsg, ZK_COMPONENT_LED_MESSAGE, ZK_AT(ledMsg), kEveryRobot},
-    {RecordKind::Speaker, ZK_COMPONENT_SPEAKER, ZK_AT(speaker), kEveryRobot},
-    {RecordKind::Anim, ZK_COMPONENT_ON_ROBOT_ANIM, ZK_AT(anim), kEveryRobot},
-    {RecordKind::UserSetting, ZK_COMPONENT_USER_SETTINGS, ZK_AT(userSettings), kEveryRobot},
-    {RecordKind::MotorWheel, ZK_COMPONENT_WHEEL_LEFT, ZK_AT(wheelLeft), kWheeledRobots},
-    {RecordKind::MotorWheel, ZK_COMPONENT_WHEEL_RIGHT, ZK_AT(wheelRight), kWheeledRobots},
-    {RecordKind::MotorServo, ZK_COMPONENT_HEAD_TILT, ZK_AT(headTilt), kWheeledRobots},
-    {RecordKind::MotorServo, ZK_COMPONENT_HEAD_PAN, ZK_AT(headPan), kWheeledRobots},
-    {RecordKind::MotorServo, ZK_COMPONENT_TILT_206, ZK_AT(tilt206), kWheeledRobots},
-    {RecordKind::MotorServo, ZK_COMPONENT_PAN_207, ZK_AT(pan207), kWheeledRobots},
-    {RecordKind::MotorServo, ZK_COMPONENT_TILT_208, ZK_AT(tilt208), kWheeledRobots},
-    {RecordKind::MotorServo, ZK_COMPONENT_PAN_209, ZK_AT(pan209), kWheeledRobots},
-    {RecordKind::LED, ZK_COMPONENT_LED_105, ZK_AT(led105), kWheeledRobots},
-    {RecordKind::LED, ZK_COMPONENT_LED_106, ZK_AT(led106), kEveryRobot},
-    {RecordKind::LED, ZK_COMPONENT_LED_109, ZK_AT(led109), kEveryRobot},
-    {RecordKind::LED, ZK_COMPONENT_LED_110, ZK_AT(led110), kEveryRobot},
-    {RecordKind::LED, ZK_COMPONENT_LED_111, ZK_AT(led111), kEveryRobot},
-    {RecordKind::LED3, ZK_COMPONENT_LED3_108, ZK_AT(led108), kEveryRobot},
-    {RecordKind::RGB, ZK_COMPONENT_EYE_RING, ZK_AT(rgb104), kEveryRobot},  // the record of 104, on purpose
-    {RecordKind::RGB, ZK_COMPONENT_RGB_102, ZK_AT(rgb102), kEveryRobot},
-    {RecordKind::RGB, ZK_COMPONENT_RGB_103, ZK_AT(rgb103), kEveryRobot},
-    {RecordKind::RGB, ZK_COMPONENT_RGB_104, ZK_AT(rgb104), kEveryRobot},
-    {RecordKind::RGB, ZK_COMPONENT_RGB_107, ZK_AT(rgb107), kEveryRobot},
-    {RecordKind::EyeRing, ZK_COMPONENT_EYE_RING, ZK_AT(eyeRing), kEveryRobot},
-    {RecordKind::Power, ZK_COMPONENT_POWER, ZK_AT(power), kEveryRobot},
-    {RecordKind::Ping, ZK_COMPONENT_PING, ZK_AT(ping), kEveryRobot},
-    {RecordKind::BodyMotionLinearAngular, ZK_COMPONENT_BODY_LINEAR_ANGULAR, ZK_AT(bodyMotion), kWheeledRobots},
-    {RecordKind::BodyPose, ZK_COMPONENT_BODY_POSE, ZK_AT(bodyPose), kWheeledRobots},
-    {RecordKind::AudioSynth, ZK_COMPONENT_AUDIO_SYNTH, ZK_AT(audioSynth), kEveryRobot},
-    {RecordKind::Pamplemousse, ZK_COMPONENT_PAMPLEMOUSSE_START, ZK_AT(pamplemousseStart), kQuill},
-    {RecordKind::Pamplemousse, ZK_COMPONENT_PAMPLEMOUSSE_STOP, ZK_AT(pamplemousseStop), kQuill},
-    {RecordKind::Scalar, ZK_COMPONENT_SCALAR_213, ZK_AT(scalar213), kWheeledRobots},
-    {RecordKind::Scalar, ZK_COMPONENT_SCALAR_214, ZK_AT(scalar214), kWheeledRobots},
+    {RecordKind::NoParams, ZK_COMPONENT_NO_PARAMS_210, ZK_RECORD(noParams210), kWheeledRobots},
+    {RecordKind::NoParams, ZK_COMPONENT_NO_PARAMS_212, ZK_RECORD(noParams212), kWheeledRobots},
+    {RecordKind::Launcher, ZK_COMPONENT_LAUNCHER_400, ZK_RECORD(launcher400), kWheeledRobots},
+    {RecordKind::Launcher, ZK_COMPONENT_LAUNCHER_401, ZK_RECORD(launcher401), kWheeledRobots},
+    {RecordKind::LedMsg, ZK_COMPONENT_LED_MESSAGE, ZK_RECORD(ledMsg), kEveryRobot},
+    {RecordKind::Speaker, ZK_COMPONENT_SPEAKER, ZK_RECORD(speaker), kEveryRobot},
+    {RecordKind::Anim, ZK_COMPONENT_ON_ROBOT_ANIM, ZK_RECORD(anim), kEveryRobot},
+    {RecordKind::UserSetting, ZK_COMPONENT_USER_SETTINGS, ZK_RECORD(userSettings), kEveryRobot},
+    {RecordKind::MotorWheel, ZK_COMPONENT_WHEEL_LEFT, ZK_RECORD(wheelLeft), kWheeledRobots},
+    {RecordKind::MotorWheel, ZK_COMPONENT_WHEEL_RIGHT, ZK_RECORD(wheelRight), kWheeledRobots},
+    {RecordKind::MotorServo, ZK_COMPONENT_HEAD_TILT, ZK_RECORD(headTilt), kWheeledRobots},
+    {RecordKind::MotorServo, ZK_COMPONENT_HEAD_PAN, ZK_RECORD(headPan), kWheeledRobots},
+    {RecordKind::MotorServo, ZK_COMPONENT_TILT_206, ZK_RECORD(tilt206), kWheeledRobots},
+    {RecordKind::MotorServo, ZK_COMPONENT_PAN_207, ZK_RECORD(pan207), kWheeledRobots},
+    {RecordKind::MotorServo, ZK_COMPONENT_TILT_208, ZK_RECORD(tilt208), kWheeledRobots},
+    {RecordKind::MotorServo, ZK_COMPONENT_PAN_209, ZK_RECORD(pan209), kWheeledRobots},
+    {RecordKind::LED, ZK_COMPONENT_LED_105, ZK_RECORD(led105), kWheeledRobots},
+    {RecordKind::LED, ZK_COMPONENT_LED_106, ZK_RECORD(led106), kEveryRobot},
+    {RecordKind::LED, ZK_COMPONENT_LED_109, ZK_RECORD(led109), kEveryRobot},
+    {RecordKind::LED, ZK_COMPONENT_LED_110, ZK_RECORD(led110), kEveryRobot},
+    {RecordKind::LED, ZK_COMPONENT_LED_111, ZK_RECORD(led111), kEveryRobot},
+    {RecordKind::LED3, ZK_COMPONENT_LED3_108, ZK_RECORD(led108), kEveryRobot},
+    {RecordKind::RGB, ZK_COMPONENT_EYE_RING, ZK_RECORD(rgb104), kEveryRobot},  // the record of 104, on purpose
+    {RecordKind::RGB, ZK_COMPONENT_RGB_102, ZK_RECORD(rgb102), kEveryRobot},
+    {RecordKind::RGB, ZK_COMPONENT_RGB_103, ZK_RECORD(rgb103), kEveryRobot},
+    {RecordKind::RGB, ZK_COMPONENT_RGB_104, ZK_RECORD(rgb104), kEveryRobot},
+    {RecordKind::RGB, ZK_COMPONENT_RGB_107, ZK_RECORD(rgb107), kEveryRobot},
+    {RecordKind::EyeRing, ZK_COMPONENT_EYE_RING, ZK_RECORD(eyeRing), kEveryRobot},
+    {RecordKind::Power, ZK_COMPONENT_POWER, ZK_RECORD(power), kEveryRobot},
+    {RecordKind::Ping, ZK_COMPONENT_PING, ZK_RECORD(ping), kEveryRobot},
+    {RecordKind::BodyMotionLinearAngular, ZK_COMPONENT_BODY_LINEAR_ANGULAR, ZK_RECORD(bodyMotion), kWheeledRobots},
+    {RecordKind::BodyPose, ZK_COMPONENT_BODY_POSE, ZK_RECORD(bodyPose), kWheeledRobots},
+    {RecordKind::AudioSynth, ZK_COMPONENT_AUDIO_SYNTH, ZK_RECORD(audioSynth), kEveryRobot},
+    {RecordKind::Pamplemousse, ZK_COMPONENT_PAMPLEMOUSSE_START, ZK_RECORD(pamplemousseStart), kQuill},
+    {RecordKind::Pamplemousse, ZK_COMPONENT_PAMPLEMOUSSE_STOP, ZK_RECORD(pamplemousseStop), kQuill},
+    {RecordKind::Scalar, ZK_COMPONENT_SCALAR_213, ZK_RECORD(scalar213), kWheeledRobots},
+    {RecordKind::Scalar, ZK_COMPONENT_SCALAR_214, ZK_RECORD(scalar214), kWheeledRobots},
 };
 constexpr size_t kStorageRows = sizeof kStorage / sizeof kStorage[0];
 
@@ -82,6 +83,7 @@ constexpr bool isSorted(const StorageRow (&rows)[kStorageRows])
     }
     return true;
 }
+static_assert(kStorageRows <= 64, "each row has a bit in WorkingRecordHeader::touched");
 static_assert(isSorted(kStorage), "the rows of a kind stand together and in the order of an ordered map");
 
 constexpr StorageMaps storageMaps()
@@ -193,15 +195,26 @@ uint64_t userSettingBits(Data& data)
     return !(settings.peyebright > 1.0) ? kBitSettingEyeBrightness : 0;
 }
 
+// The row of a record in kStorage, as a bit of WorkingRecordHeader::touched; 0 for the place of no record.
+constexpr uint64_t touchedBy(size_t record)
+{
+    for (size_t row = 0; row < kStorageRows; ++row) {
+        if (kStorage[row].offset == record) {
+            return uint64_t{1} << row;
+        }
+    }
+    return 0;
+}
+
 struct CommandRow {
     ZKComponentId id;
     uint64_t bits;
     uint64_t (*moreBits)(Data&);  // where they depend on the record
     uint16_t record, record2;     // whose isSet flags are set
+    uint64_t touched = touchedBy(record) | touchedBy(record2);
 };
 
-constexpr uint16_t kNoRecord = 0;  // the command mask lies there, and no record
-static_assert(offsetof(Data, commandMask) == kNoRecord, "offset 0 is free to mean: no record");
+constexpr uint16_t kNoRecord = ZK_AT(nowhere);
 
 constexpr CommandRow kCommands[] = {
     {ZK_COMPONENT_POWER, kBitPower, nullptr, ZK_AT(power), kNoRecord},
@@ -252,9 +265,7 @@ void markSet(Data& data, uint16_t record)
     // Every record begins with its id and the flag.
     constexpr size_t kIsSetAt = sizeof(ZKComponentId);
     static_assert(offsetof(HALEyeRing_t, isSet) == kIsSetAt && offsetof(HALMotorWheel_t, isSet) == kIsSetAt, "");
-    if (record != kNoRecord) {
-        reinterpret_cast<uint8_t*>(&data)[record + kIsSetAt] = 1;
-    }
+    reinterpret_cast<uint8_t*>(&data)[record + kIsSetAt] = 1;
 }
 
 // ---- First-fit packing -----------------------------------------------------------------------------------------
@@ -380,12 +391,25 @@ Placement encodeNoParams(Data* data, RobotHW*)
     return tryEncodeCommand___8_0(data, kMask, kCommand);
 }
 
+// "STOPSOUND" anywhere in the name.
+bool namesStopSound(const HALSpeaker_t& speaker)
+{
+    constexpr char kStop[] = "STOPSOUND";
+    constexpr int kLength = sizeof kStop - 1;
+    for (int at = 0; at + kLength <= kMediaNameLength; ++at) {
+        if (std::memcmp(speaker.fileName + at, kStop, kLength) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 Placement encodeSound(Data* data, RobotHW* robot)
 {
     testAndClearCommandMaskBit(data, kBitSound);
     const Room room = findRoom(*data, 1 + kMediaNameLength);  // also for the short form
     if (room.packet != nullptr) {
-        if (std::strstr(data->speaker.fileName, "STOPSOUND") != nullptr) {
+        if (namesStopSound(data->speaker)) {
             *room.append(1) = kCmdStopSound;
         } else {
             uint8_t* bytes = room.append(1 + kMediaNameLength);
@@ -764,6 +788,38 @@ constexpr PackingRow kPacking[] = {
     {"behaviour stop", kBitBehaviourStop, encodeBehaviourStop},
     {"light message", kBitLedMessage, encodeLedMessage},
 };
+constexpr size_t kPackingRows = sizeof kPacking / sizeof kPacking[0];
+static_assert(kPackingRows <= 64, "the rows to visit are a set of bits");
+
+// For each command bit the later row that it takes part in; the combined state, row 0, is looked at by itself.
+struct RowOfBit {
+    uint8_t row[64];
+};
+constexpr RowOfBit rowOfBit()
+{
+    RowOfBit rows{};
+    for (size_t row = 1; row < kPackingRows; ++row) {
+        for (int bit = 0; bit < 64; ++bit) {
+            if ((kPacking[row].mask >> bit & 1) != 0) {
+                rows.row[bit] = static_cast<uint8_t>(row);
+            }
+        }
+    }
+    return rows;
+}
+constexpr RowOfBit kRowOfBit = rowOfBit();
+
+void packRow(const PackingRow& row, Data* data, RobotHW* robot, PackTrace* trace)
+{
+    const uint64_t before = data->commandMask;
+    if ((before & row.mask) != row.mask) {
+        return;
+    }
+    const Placement placement = row.encode(data, robot);
+    if (trace != nullptr) {
+        trace->push_back({row.name, row.mask, (before ^ data->commandMask) & ~row.mask, placement});
+    }
+}
 
 }  // namespace
 
@@ -840,9 +896,9 @@ void RobotHW_rev0::initComponentsForCtlr2BotMsg(Ctlr2BotMsg* message, RobotHW* r
     }
     message->clear();
     const auto& pool = robot->workingRecords();
-    Data* data = pool->take(freshData(robots));
+    Data* data = pool->take(kStorageMaps, freshData(robots));
     if (data != nullptr) {
-        message->bindStorage(kStorageMaps, robots, data, pool);
+        message->bindStorage(kStorageMaps, robots, &data->header, pool);
     }
     message->SetHwData(data);
 }
@@ -868,6 +924,7 @@ void RobotHW_rev0::setCommand(void* hwData, unsigned componentId)
     const CommandRow& row = kCommands[index];
     const uint64_t bits = row.moreBits != nullptr ? row.moreBits(data) : row.bits;
     data.commandMask |= bits;
+    data.header.touched |= row.touched;
     markSet(data, row.record);
     markSet(data, row.record2);
 }
@@ -886,15 +943,13 @@ const PacketList& RobotHW_rev0::pack(Ctlr2BotMsg* message, RobotHW* robot, PackT
         return kEmptyList;
     }
     data->result.count = 0;
-    for (const PackingRow& row : kPacking) {
-        const uint64_t before = data->commandMask;
-        if ((before & row.mask) != row.mask) {
-            continue;
-        }
-        const Placement placement = row.encode(data, robot);
-        if (trace != nullptr) {
-            trace->push_back({row.name, row.mask, (before ^ data->commandMask) & ~row.mask, placement});
-        }
+    packRow(kPacking[0], data, robot, trace);
+    uint64_t rows = 0;
+    for (uint64_t bits = data->commandMask; bits != 0; bits &= bits - 1) {
+        rows |= uint64_t{1} << kRowOfBit.row[__builtin_ctzll(bits)];
+    }
+    for (; rows != 0; rows &= rows - 1) {
+        packRow(kPacking[__builtin_ctzll(rows)], data, robot, trace);
     }
     for (HALPacket_t& packet : data->packets) {
         if (packet.length != 0) {

@@ -1,5 +1,6 @@
 #include "HAL/RobotHardware/WorkingRecordPool.h"
 
+#include <cstring>
 #include <new>
 
 namespace HAL {
@@ -14,7 +15,7 @@ WorkingRecordPool::~WorkingRecordPool()
     delete mReady;
 }
 
-robot_hw0_cmd_data* WorkingRecordPool::take(const robot_hw0_cmd_data& fresh)
+robot_hw0_cmd_data* WorkingRecordPool::take(const StorageMaps& maps, const robot_hw0_cmd_data& fresh)
 {
     ++mConversion;
     while (mOldest != nullptr && mOldest->conversion + kReadableConversions < mConversion) {
@@ -34,8 +35,9 @@ robot_hw0_cmd_data* WorkingRecordPool::take(const robot_hw0_cmd_data& fresh)
             return nullptr;
         }
         ++mSize;
+        entry->fresh = nullptr;
     }
-    entry->data = fresh;
+    renew(*entry, maps, fresh);
     entry->conversion = mConversion;
     entry->messageAlive = true;
     entry->expired = false;
@@ -49,9 +51,33 @@ robot_hw0_cmd_data* WorkingRecordPool::take(const robot_hw0_cmd_data& fresh)
     return &entry->data;
 }
 
-void WorkingRecordPool::messageIsGone(void* records)
+// A document writes a few of the records: only these are copied back, which spares most of the memory traffic.
+void WorkingRecordPool::renew(Entry& entry, const StorageMaps& maps, const robot_hw0_cmd_data& fresh)
 {
-    Entry* entry = static_cast<Entry*>(records);
+    robot_hw0_cmd_data& data = entry.data;
+    if (entry.fresh != &fresh) {
+        data = fresh;
+        entry.fresh = &fresh;
+        return;
+    }
+    for (uint64_t touched = data.header.touched; touched != 0; touched &= touched - 1) {
+        const StorageRow& row = maps.rows[__builtin_ctzll(touched)];
+        char* to = reinterpret_cast<char*>(&data) + row.offset;
+        const char* from = reinterpret_cast<const char*>(&fresh) + row.offset;
+        for (size_t at = 0; at < row.size; at += kRecordStep) {  // a few words: cheaper than a call
+            std::memcpy(to + at, from + at, kRecordStep);
+        }
+    }
+    data.header = fresh.header;
+    data.nowhere = fresh.nowhere;
+    data.commandMask = fresh.commandMask;
+    std::memcpy(data.packets, fresh.packets, sizeof data.packets);
+    data.result.count = 0;
+}
+
+void WorkingRecordPool::messageIsGone(WorkingRecordHeader* records)
+{
+    Entry* entry = reinterpret_cast<Entry*>(records);
     entry->messageAlive = false;
     if (entry->expired) {
         retire(entry);

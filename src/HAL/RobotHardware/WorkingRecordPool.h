@@ -11,8 +11,8 @@ namespace HAL {
 
 /**
  * Packets stay readable until their message is gone and this many later conversions of the same robot description
- * have been made. So a description keeps at most this many records, one more for the next conversion, and one for
- * each older message that is still alive.
+ * have been made. So a description keeps at most this many records, two more (the latest conversion's, and a spare),
+ * and one for each older message that is still alive.
  */
 constexpr uint64_t kReadableConversions = 63;
 
@@ -24,8 +24,9 @@ public:
     WorkingRecordPool& operator=(const WorkingRecordPool&) = delete;
 
     // Begins a conversion: a record equal to `fresh`, in use until messageIsGone(); null without memory.
-    robot_hw0_cmd_data* take(const robot_hw0_cmd_data& fresh);
-    void messageIsGone(void* records) override;
+    // `fresh` stands for a kind of robot and lives as long as the process.
+    robot_hw0_cmd_data* take(const StorageMaps& maps, const robot_hw0_cmd_data& fresh);
+    void messageIsGone(WorkingRecordHeader* records) override;
 
     // Records held for any reason, for tests.
     size_t size() const
@@ -35,13 +36,15 @@ public:
 
 private:
     struct Entry {
-        robot_hw0_cmd_data data;  // first: its address is the entry's
+        robot_hw0_cmd_data data;          // first: its address is the entry's
+        const robot_hw0_cmd_data* fresh;  // what the untouched parts of data are equal to
         uint64_t conversion;
         bool messageAlive;
         bool expired;  // no longer in the list below; its message holds it
         Entry* later;
     };
     void retire(Entry* entry);
+    static void renew(Entry& entry, const StorageMaps& maps, const robot_hw0_cmd_data& fresh);
 
     Entry* mOldest = nullptr;  // list of the latest conversions
     Entry* mLatest = nullptr;

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "HAL/RobotMessages/CommandRecords.h"
+#include "HAL/RobotMessages/Ctlr2BotMsg.h"
 #include "ZKHAL/HALPacket.h"
 
 namespace HAL {
@@ -17,29 +18,51 @@ struct PacketList {
     size_t count;
 };
 
+// Records begin at multiples of this, and are copied in words of this size.
+constexpr size_t kRecordStep = sizeof(uint64_t);
+
 struct robot_hw0_cmd_data {
+    WorkingRecordHeader header;
+    uint64_t nowhere;      // takes the flag of a component that has no record
     uint64_t commandMask;  // one bit for each pending command
     HALPacket_t packets[kPacketCount];
 
-    HALEyeRing_t eyeRing;
-    HALRGB_t rgb102, rgb103, rgb104, rgb107;
-    HALLED_t led105, led106, led109, led110, led111;
-    HALLED3_t led108;
-    HALLedMsg_t ledMsg;
-    HALSpeaker_t speaker;
-    HALAnim_t anim;
-    HALUserSetting_t userSettings;
-    HALPower_t power;
-    HALPing_t ping;
-    HALAudioSynth_t audioSynth;
-    HALPamplemousse_t pamplemousseStart, pamplemousseStop;
-    HALMotorWheel_t wheelLeft, wheelRight;
-    HALMotorServo_t headTilt, headPan, tilt206, pan207, tilt208, pan209;
-    HALComponentScalar_t scalar213, scalar214;
-    HALNoParams_t noParams210, noParams212;
-    HALLauncher_t launcher400, launcher401;
-    HALBodyMotionLinearAngular_t bodyMotion;
-    HALBodyPose_t bodyPose;
+    alignas(kRecordStep) HALEyeRing_t eyeRing;
+    alignas(kRecordStep) HALRGB_t rgb102;
+    alignas(kRecordStep) HALRGB_t rgb103;
+    alignas(kRecordStep) HALRGB_t rgb104;
+    alignas(kRecordStep) HALRGB_t rgb107;
+    alignas(kRecordStep) HALLED_t led105;
+    alignas(kRecordStep) HALLED_t led106;
+    alignas(kRecordStep) HALLED_t led109;
+    alignas(kRecordStep) HALLED_t led110;
+    alignas(kRecordStep) HALLED_t led111;
+    alignas(kRecordStep) HALLED3_t led108;
+    alignas(kRecordStep) HALLedMsg_t ledMsg;
+    alignas(kRecordStep) HALSpeaker_t speaker;
+    alignas(kRecordStep) HALAnim_t anim;
+    alignas(kRecordStep) HALUserSetting_t userSettings;
+    alignas(kRecordStep) HALPower_t power;
+    alignas(kRecordStep) HALPing_t ping;
+    alignas(kRecordStep) HALAudioSynth_t audioSynth;
+    alignas(kRecordStep) HALPamplemousse_t pamplemousseStart;
+    alignas(kRecordStep) HALPamplemousse_t pamplemousseStop;
+    alignas(kRecordStep) HALMotorWheel_t wheelLeft;
+    alignas(kRecordStep) HALMotorWheel_t wheelRight;
+    alignas(kRecordStep) HALMotorServo_t headTilt;
+    alignas(kRecordStep) HALMotorServo_t headPan;
+    alignas(kRecordStep) HALMotorServo_t tilt206;
+    alignas(kRecordStep) HALMotorServo_t pan207;
+    alignas(kRecordStep) HALMotorServo_t tilt208;
+    alignas(kRecordStep) HALMotorServo_t pan209;
+    alignas(kRecordStep) HALComponentScalar_t scalar213;
+    alignas(kRecordStep) HALComponentScalar_t scalar214;
+    alignas(kRecordStep) HALNoParams_t noParams210;
+    alignas(kRecordStep) HALNoParams_t noParams212;
+    alignas(kRecordStep) HALLauncher_t launcher400;
+    alignas(kRecordStep) HALLauncher_t launcher401;
+    alignas(kRecordStep) HALBodyMotionLinearAngular_t bodyMotion;
+    alignas(kRecordStep) HALBodyPose_t bodyPose;
 
     PacketList result;
 };

@@ -1,7 +1,6 @@
 #include "HAL/RobotMessages/Ctlr2BotMsg.h"
 
 #include <string>
-#include <utility>
 
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Numbers.h"
@@ -24,23 +23,24 @@ Ctlr2BotMsg::~Ctlr2BotMsg()
 
 void Ctlr2BotMsg::clear()
 {
-    if (mOwner != nullptr) {
+    if (mRecords != nullptr && mOwner != nullptr) {
         mOwner->messageIsGone(mRecords);
-        mOwner.reset();
     }
     mMaps = nullptr;
     mRecords = nullptr;
     mHwData = nullptr;
 }
 
-void Ctlr2BotMsg::bindStorage(const StorageMaps& maps, RobotSet robot, void* records,
-                              std::shared_ptr<RecordOwner> owner)
+void Ctlr2BotMsg::bindStorage(const StorageMaps& maps, RobotSet robot, WorkingRecordHeader* records,
+                              const std::shared_ptr<RecordOwner>& owner)
 {
     clear();
     mMaps = &maps;
     mRobot = robot;
     mRecords = records;
-    mOwner = std::move(owner);
+    if (mOwner != owner) {
+        mOwner = owner;
+    }
 }
 
 template <class Record>
@@ -53,8 +53,11 @@ Record* Ctlr2BotMsg::find(RecordKind kind, uint32_t id) const
     const StorageRow* const end = mMaps->rows + mMaps->begin[index + 1];
     for (const StorageRow* row = mMaps->rows + mMaps->begin[index]; row != end; ++row) {
         if (row->id == id) {
-            return (row->robots & mRobot) != 0 ? reinterpret_cast<Record*>(static_cast<char*>(mRecords) + row->offset)
-                                               : nullptr;
+            if ((row->robots & mRobot) == 0) {
+                return nullptr;
+            }
+            mRecords->touched |= uint64_t{1} << (row - mMaps->rows);
+            return reinterpret_cast<Record*>(reinterpret_cast<char*>(mRecords) + row->offset);
         }
     }
     return nullptr;

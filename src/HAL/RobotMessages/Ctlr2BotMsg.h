@@ -44,19 +44,25 @@ struct StorageRow {
     RecordKind kind;
     ZKComponentId id;
     uint16_t offset;
+    uint16_t size;
     RobotSet robots;
 };
 
-// The maps of all kinds, as rows sorted by kind and then by id.
+// The maps of all kinds, as rows sorted by kind and then by id; at most 64.
 struct StorageMaps {
     const StorageRow* rows;
     uint8_t begin[static_cast<size_t>(RecordKind::Count) + 1];  // first row of each kind
 };
 
+// What every working record begins with.
+struct WorkingRecordHeader {
+    uint64_t touched;  // one bit for each row whose record may have been written
+};
+
 // Keeps a message's working record from being used again; released when the message goes.
 class RecordOwner {
 public:
-    virtual void messageIsGone(void* records) = 0;
+    virtual void messageIsGone(WorkingRecordHeader* records) = 0;
 
 protected:
     ~RecordOwner() = default;
@@ -110,9 +116,10 @@ public:
     void printCommands() const;
 
     /** For the encoder: fills the maps. `owner` is told when the message gives `records` up; may be null. */
-    void bindStorage(const StorageMaps& maps, RobotSet robot, void* records, std::shared_ptr<RecordOwner> owner);
+    void bindStorage(const StorageMaps& maps, RobotSet robot, WorkingRecordHeader* records,
+                     const std::shared_ptr<RecordOwner>& owner);
 
-    /** Back to the state after construction. */
+    /** Back to empty maps and no hardware data. */
     void clear();
 
 private:
@@ -123,8 +130,8 @@ private:
 
     const StorageMaps* mMaps = nullptr;
     RobotSet mRobot = 0;
-    void* mRecords = nullptr;
-    std::shared_ptr<RecordOwner> mOwner;
+    WorkingRecordHeader* mRecords = nullptr;
+    std::shared_ptr<RecordOwner> mOwner;  // kept after clear(): the next records mostly come from there again
     void* mHwData = nullptr;
 };
 

@@ -1,0 +1,26 @@
+// What the benchmarks share.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+struct Document {
+    std::string name;
+    std::string text;
+};
+
+// The command documents of bench/documents, sorted by name.
+const std::vector<Document>& documents();
+
+// Allocations of the whole program so far.
+long allocations();
+
+// Each registers one benchmark a document, named "Family/document".
+void addCommandBenchmarks();
+void addRapidJsonBenchmarks();
+void addSimdjsonBenchmarks();
+
+}  // namespace bench

@@ -1,0 +1,145 @@
+// Runs all benchmarks with their repetitions interleaved, and prints medians and ratios as a table.
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <new>
+#include <sstream>
+
+#include <benchmark/benchmark.h>
+
+#include "Bench.h"
+
+namespace {
+
+std::atomic<long> gAllocations{0};
+
+}  // namespace
+
+void* operator new(size_t size)
+{
+    gAllocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* memory = std::malloc(size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace bench {
+
+long allocations()
+{
+    return gAllocations.load(std::memory_order_relaxed);
+}
+
+const std::vector<Document>& documents()
+{
+    static const std::vector<Document> kDocuments = [] {
+        std::vector<Document> found;
+        for (const auto& entry : std::filesystem::directory_iterator(ZKHAL_BENCH_DOCUMENTS)) {
+            std::stringstream text;
+            text << std::ifstream(entry.path()).rdbuf();
+            found.push_back({entry.path().stem().string(), text.str()});
+        }
+        std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+        return found;
+    }();
+    return kDocuments;
+}
+
+namespace {
+
+// Keeps every repetition; prints nothing until the end.
+class Collector : public benchmark::BenchmarkReporter {
+public:
+    bool ReportContext(const Context&) override
+    {
+        return true;
+    }
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& run : runs) {
+            if (run.run_type == Run::RT_Iteration) {
+                mTimes[run.run_name.function_name].push_back(run.GetAdjustedRealTime());
+                const auto counter = run.counters.find("allocations");
+                if (counter != run.counters.end()) {
+                    mAllocations[run.run_name.function_name] += counter->second.value;
+                }
+            }
+        }
+    }
+    double median(const std::string& name)
+    {
+        std::vector<double>& times = mTimes[name];
+        std::sort(times.begin(), times.end());
+        return times.empty() ? NAN : times[times.size() / 2];
+    }
+    double allocations(const std::string& name)
+    {
+        return mAllocations[name];
+    }
+
+private:
+    std::map<std::string, std::vector<double>> mTimes;
+    std::map<std::string, double> mAllocations;
+};
+
+void printCommandTable(Collector& results)
+{
+    std::printf("\nOne command document, median nanoseconds\n");
+    std::printf("%-14s %6s %13s %11s %8s %10s %12s\n", "document", "bytes", "json2Packets", "RapidJSON", "ratio",
+                "simdjson", "allocations");
+    double logSum = 0;
+    for (const Document& document : documents()) {
+        const double ours = results.median("json2Packets/" + document.name);
+        const double rapid = results.median("RapidJSON/" + document.name);
+        const double simd = results.median("simdjson/" + document.name);
+        logSum += std::log(ours / rapid);
+        std::printf("%-14s %6zu %13.0f %11.0f %8.2f %10.0f %12.0f\n", document.name.c_str(), document.text.size(),
+                    ours, rapid, ours / rapid, simd, results.allocations("json2Packets/" + document.name));
+    }
+    std::printf("geometric mean of json2Packets / RapidJSON in-situ parse alone: %.2f\n",
+                std::exp(logSum / static_cast<double>(documents().size())));
+}
+
+}  // namespace
+
+}  // namespace bench
+
+int main(int argc, char** argv)
+{
+    std::vector<char*> arguments(argv, argv + argc);
+    // Before the caller's own, which win.
+    std::string defaults[] = {"--benchmark_repetitions=15", "--benchmark_enable_random_interleaving=true",
+                              "--benchmark_min_time=0.05"};
+    int at = 1;
+    for (std::string& option : defaults) {
+        arguments.insert(arguments.begin() + at++, option.data());
+    }
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
+        return 2;
+    }
+    bench::addCommandBenchmarks();
+    bench::addRapidJsonBenchmarks();
+    bench::addSimdjsonBenchmarks();
+    bench::Collector results;
+    benchmark::RunSpecifiedBenchmarks(&results);
+    bench::printCommandTable(results);
+    return 0;
+}
