@@ -3,15 +3,16 @@ JOBS ?= $(shell nproc)
 BUILD ?= build/default
 FUZZ_SECONDS ?= 60
 
-.PHONY: all demo test bench fuzz lint clean deps
-all: deps
-	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
+.PHONY: all configure demo test bench fuzz lint clean
+all: configure
 	cmake --build $(BUILD) --parallel $(JOBS)
 
-deps:
+configure:
 	scripts/install-deps
+	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
 
-demo: all
+demo: configure
+	cmake --build $(BUILD) --parallel $(JOBS) --target zkhal_tool
 	scripts/demo $(BUILD)
 
 test: all

@@ -109,8 +109,8 @@ void printCommandTable(Collector& results)
         const double rapid = results.median("RapidJSON/" + document.name);
         const double simd = results.median("simdjson/" + document.name);
         logSum += std::log(ours / rapid);
-        std::printf("%-14s %6zu %13.0f %11.0f %8.2f %10.0f %12.0f\n", document.name.c_str(), document.text.size(),
-                    ours, rapid, ours / rapid, simd, results.allocations("json2Packets/" + document.name));
+        std::printf("%-14s %6zu %13.0f %11.0f %8.2f %10.0f %12.0f\n", document.name.c_str(), document.text.size(), ours,
+                    rapid, ours / rapid, simd, results.allocations("json2Packets/" + document.name));
     }
     std::printf("geometric mean of json2Packets / RapidJSON in-situ parse alone: %.2f\n",
                 std::exp(logSum / static_cast<double>(documents().size())));

@@ -20,8 +20,9 @@ struct CheckCase {
 const CheckCase kChecks[] = {
     {"", ""},
     {R"({"211":{"left_cm_s":1,"right_cm_s":2},"100":{"index":[1],"brightness":1}})", ""},
-    {"{\n  \"305\": {},\n  \"x\": 1 }", "2:3: remark: \"305\" is no component: ignored\n"
-                                        "3:3: remark: \"x\" is no component: ignored"},
+    {"{\n  \"305\": {},\n  \"x\": 1 }",
+     "2:3: remark: \"305\" is no component: ignored\n"
+     "3:3: remark: \"x\" is no component: ignored"},
     {R"({"6001":{}})", "1:2: remark: 6001 is reported as unknown, but sends the clock to the robot"},
     {R"({"106":{"brightnes":1}})", "1:9: remark: \"brightnes\" is no parameter of light 106: ignored"},
     {R"({"106":7})", "1:2: remark: light 106: its value is a number and no object: no parameter is read"},
@@ -32,24 +33,30 @@ const CheckCase kChecks[] = {
     {R"({"106":{"brightness":1,"brightness":0}})", "1:24: remark: \"brightness\" is given twice"},
     {R"({"106":{},"106":{}})", "1:11: remark: light 106 is named twice: later parameters overwrite earlier ones"},
     {R"({"200":{"cm_s":1}})", "1:2: remark: one wheel without the other: nothing is sent to the wheels"},
-    {R"({"211":{}})", "1:2: remark: both wheels has no record on robot type 1002: its parameters are ignored, and "
-                      "what is sent of it is zero",
+    {R"({"211":{}})",
+     "1:2: remark: both wheels has no record on robot type 1002: its parameters are ignored, and "
+     "what is sent of it is zero",
      ZK_ROBOT_PELL},
-    {R"({"101":{}})", "1:2: remark: colour light 101 has no record on robot type 1001: its parameters are ignored "
-                      "and the colour of 104 is sent"},
+    {R"({"101":{}})",
+     "1:2: remark: colour light 101 has no record on robot type 1001: its parameters are ignored "
+     "and the colour of 104 is sent"},
     {R"({"450":{}})", "1:2: remark: behaviour start has no record on robot type 1001: nothing is sent"},
     {R"({"109":{}})", "1:2: remark: light 109 is not accepted on robot type 1001, but is sent all the same"},
-    {R"({"300":{"file":"A/B"}})", "1:9: remark: \"file\": every \"/\" is dropped\n"
-                                  "1:2: remark: speaker without \"volume\": volume 0 is sent"},
-    {R"({"300":{"file":"123456789012345","volume":2}})", "1:9: remark: \"file\" is cut to 14 bytes\n"
-                                                          "1:34: remark: \"volume\" outside 0 to 1 is not sent"},
+    {R"({"300":{"file":"A/B"}})",
+     "1:9: remark: \"file\": every \"/\" is dropped\n"
+     "1:2: remark: speaker without \"volume\": volume 0 is sent"},
+    {R"({"300":{"file":"123456789012345","volume":2}})",
+     "1:9: remark: \"file\" is cut to 14 bytes\n"
+     "1:34: remark: \"volume\" outside 0 to 1 is not sent"},
     {R"({"5000":{"name":"1234567890123456789"}})", "1:10: remark: \"name\" is cut to 18 bytes"},
-    {R"({"5000":{"name":1}})", "1:10: remark: \"name\" is a number: read as \"\"\n"
-                               "1:2: remark: \"pvolume\" is sent though it is not given\n"
-                               "1:10: remark: \"name\" is not sent: this value counts as not given"},
+    {R"({"5000":{"name":1}})",
+     "1:10: remark: \"name\" is a number: read as \"\"\n"
+     "1:2: remark: \"pvolume\" is sent though it is not given\n"
+     "1:10: remark: \"name\" is not sent: this value counts as not given"},
     {R"({"5000":{"avatar":1,"pvolume":1}})", "1:21: remark: \"pvolume\" is not sent: one message carries one setting"},
-    {R"({"100":{}})", "1:2: remark: eye ring without \"animation\" or \"index\": animation 0 is sent\n"
-                      "1:2: remark: eye ring without \"brightness\": brightness 0 is sent"},
+    {R"({"100":{}})",
+     "1:2: remark: eye ring without \"animation\" or \"index\": animation 0 is sent\n"
+     "1:2: remark: eye ring without \"brightness\": brightness 0 is sent"},
     {R"({"100":{"brightness":1,"animation":1,"index":[0,0,0,0,0,0,0,0,0,0,0,0,1]}})",
      "1:2: remark: \"animation\" is lost: \"index\" takes its place\n"
      "1:38: remark: \"index\": only the first 12 elements are lights"},
@@ -59,8 +66,7 @@ const CheckCase kChecks[] = {
      "1:19: remark: \"tone5\" is no parameter of synthesizer: ignored\n"
      "1:39: remark: \"frq\" is no parameter of tone2: ignored"},
     {R"({"410":{"message":1,"LEDs":[1]}})", "1:2: remark: Parsing LedMsg: unrecognized LED: \"\""},
-    {R"({"450":{"id":20,"x":1}})", "1:17: remark: \"x\" is no parameter of behaviour start: ignored",
-     ZK_ROBOT_QUILL},
+    {R"({"450":{"id":20,"x":1}})", "1:17: remark: \"x\" is no parameter of behaviour start: ignored", ZK_ROBOT_QUILL},
     {R"({"6001":0,"5000":{"avatar":1},"304":{},"106":{"brightness":1}})",
      "1:2: remark: 6001 is reported as unknown, but sends the clock to the robot\n"
      "1:2: remark: clock goes into a third packet, which json2Packets drops\n"
@@ -85,7 +91,8 @@ const CheckCase kChecks[] = {
      "1:21: remark: \\u escapes are dropped: write the characters themselves, as UTF-8"},
     // The combined packet takes the eye lights along, and no brightness is missed.
     {R"({"211":{},"104":{},"202":{},"203":{},"100":{"index":[1]},"102":{},"103":{}})", ""},
-    {"{\"100\":{\"index\":{\"0\":1,\n\"99\":1}},\"7\":1}", "1:18: refused: \"0\": the eye ring has lights 1 to 12\n"
+    {"{\"100\":{\"index\":{\"0\":1,\n\"99\":1}},\"7\":1}",
+     "1:18: refused: \"0\": the eye ring has lights 1 to 12\n"
      "2:1: refused: \"99\": the eye ring has lights 1 to 12\n2:10: remark: \"7\" is no component: ignored"},
     {R"({"450":{"id":20},"451":{"id":65535}})", "1:18: refused: \"451\": a behaviour needs an \"id\" other than 65535",
      ZK_ROBOT_QUILL},
@@ -101,7 +108,9 @@ TEST(CheckTest, Findings)
         const int result = ZKCheckCommandDocument(c.json, c.robot, message, sizeof message);
         EXPECT_STREQ(message, c.findings) << c.json;
         const bool refused = std::strstr(c.findings, "refused") != nullptr;
-        EXPECT_EQ(result, refused ? ZK_CHECK_REFUSED : *c.findings != '\0' ? ZK_CHECK_REMARKS : ZK_CHECK_ACCEPTED)
+        EXPECT_EQ(result, refused               ? ZK_CHECK_REFUSED
+                          : *c.findings != '\0' ? ZK_CHECK_REMARKS
+                                                : ZK_CHECK_ACCEPTED)
             << c.json;
         EXPECT_EQ(ZKCheckCommandDocument(c.json, c.robot, nullptr, 0), result);
     }

@@ -133,8 +133,9 @@ TEST(CommandMessageTest, OneDescriptionAcceptsItsComponentsOnly)
     }
     EXPECT_EQ(printed.take(), "");
     EXPECT_FALSE(robotOf(2001)->validCommandComponentIndex(ZK_COMPONENT_POWER));
-    EXPECT_EQ(printed.take(), "error: unhandled robot type: 2001 at "
-                              "bool HAL::RobotHW::validCommandComponentIndex(ZKComponentId)\n");
+    EXPECT_EQ(printed.take(),
+              "error: unhandled robot type: 2001 at "
+              "bool HAL::RobotHW::validCommandComponentIndex(ZKComponentId)\n");
 }
 
 TEST(CommandMessageTest, PacketsOutliveTheirMessageFor63Conversions)

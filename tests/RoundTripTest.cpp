@@ -11,11 +11,11 @@ namespace {
 using support::Random;
 
 struct FieldCase {
-    const char* key;        // in the document; "" for a constant
-    double low, high;       // of the document's value
-    const char* field;      // in the command
-    double factor;          // field value = document value * factor
-    double tolerance;       // one unit of the field, or half of it
+    const char* key;    // in the document; "" for a constant
+    double low, high;   // of the document's value
+    const char* field;  // in the command
+    double factor;      // field value = document value * factor
+    double tolerance;   // one unit of the field, or half of it
 };
 
 struct RoundTripCase {
@@ -46,19 +46,45 @@ const RoundTripCase kTrips[] = {
     {"206", 1003, R"("hold":1,)", 0x71, {{"degree", -24, 13, "angle", 1, 0.0051}, {"time", 0, 160, "time", 1, 0.0051}}},
     {"209", 1001, "", 0x13, {{"angular_deg_s", -9000, 9000, "", kRad, 0.008}}},
     {"208", 1001, "", 0x14, {{"angular_cm_s", -200, 200, "", 1, 0.008}}},
-    {"204", 1001, "", 0x02, {{"linear_cm_s", -150, 150, "linear", 1, 0.2}, {"angular_deg_s", -450, 450, "angular", kRad, 0.008}}},
-    {"204", 1003, "", 0x25, {{"linear_cm_s", -150, 150, "linear", 1, 0.2}, {"angular_cm_s", -8, 8, "angular", 1, 0.008},
-      {"linear_acc_cm_s_s", 0, 1023, "linear acceleration", 1, 1}, {"angular_acc_deg_s_s", 0, 3700, "angular acceleration", kRad, 0.064}}},
-    {"205", 1001, R"("mode":1,)", 0x23, {{"x", -800, 800, "x", 1, 0.051}, {"y", -800, 800, "y", 1, 0.051},
-      {"degree", -1100, 1100, "heading", kRad, 0.0051}, {"time", 0, 65, "time", 1, 0.001}}},
-    {"205", 1001, R"("mode":4,)", 0x29, {{"x", -3000, 3000, "x", 1, 0.051}, {"y", -3000, 3000, "y", 1, 0.051},
-      {"degree", -18000, 18000, "heading", kRad, 0.0051}, {"time", 0, 65, "time", 1, 0.00051}}},
+    {"204",
+     1001,
+     "",
+     0x02,
+     {{"linear_cm_s", -150, 150, "linear", 1, 0.2}, {"angular_deg_s", -450, 450, "angular", kRad, 0.008}}},
+    {"204",
+     1003,
+     "",
+     0x25,
+     {{"linear_cm_s", -150, 150, "linear", 1, 0.2},
+      {"angular_cm_s", -8, 8, "angular", 1, 0.008},
+      {"linear_acc_cm_s_s", 0, 1023, "linear acceleration", 1, 1},
+      {"angular_acc_deg_s_s", 0, 3700, "angular acceleration", kRad, 0.064}}},
+    {"205",
+     1001,
+     R"("mode":1,)",
+     0x23,
+     {{"x", -800, 800, "x", 1, 0.051},
+      {"y", -800, 800, "y", 1, 0.051},
+      {"degree", -1100, 1100, "heading", kRad, 0.0051},
+      {"time", 0, 65, "time", 1, 0.001}}},
+    {"205",
+     1001,
+     R"("mode":4,)",
+     0x29,
+     {{"x", -3000, 3000, "x", 1, 0.051},
+      {"y", -3000, 3000, "y", 1, 0.051},
+      {"degree", -18000, 18000, "heading", kRad, 0.0051},
+      {"time", 0, 65, "time", 1, 0.00051}}},
     {"213", 1001, "", 0x75, {{"prcnt", -100, 100, "", 1, 0.51}}},
     {"214", 1003, "", 0x76, {{"prcnt", -100, 100, "", 1, 0.51}}},
     {"400", 1001, "", 0x72, {{"cm_s", 0, 1, "", 255, 1}}},
     {"300", 1002, "", 0x0E, {{"volume", 0, 1, "", 100, 1}}},
     {"5000", 1002, "", 0x1C, {{"pvolume", 0, 1, "", 100, 1}}},
-    {"304", 1002, R"("duration":3000,)", 0x21, {{"perc1", 0, 4095, "percentage 1", 1, 1}, {"perc2", 0, 4095, "percentage 2", 1, 1}}},
+    {"304",
+     1002,
+     R"("duration":3000,)",
+     0x21,
+     {{"perc1", 0, 4095, "percentage 1", 1, 1}, {"perc2", 0, 4095, "percentage 2", 1, 1}}},
     {"9000", 1002, "", 0xFF, {{"pingID", 0, 65535, "id", 1, 1}}},
     {"1", 1002, "", 0xC8, {{"pwr", 0, 255, "state", 1, 1}}},
 };

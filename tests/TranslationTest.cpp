@@ -72,8 +72,8 @@ const TranslateCase kCases[] = {
     {"a name is cut to 14 characters before slashes go", R"({"300":{"file":"/234567890123456","volume":1.5}})",
      "18 32 33 34 35 36 37 38 39 30 31 32 33 34 00"},
     {"volume alone, truncated", R"({"300":{"volume":0.29}})", "0E 1C"},
-    {"stop is one byte but needs fifteen",
-     R"({"211":{},"102":{},"300":{"file":"xSTOPSOUNDx","volume":2}})", "01 00 00 00 00 0B 00 00 00 | 1A"},
+    {"stop is one byte but needs fifteen", R"({"211":{},"102":{},"300":{"file":"xSTOPSOUNDx","volume":2}})",
+     "01 00 00 00 00 0B 00 00 00 | 1A"},
     {"a file that is no text is an empty name", R"({"301":{"file":7}})", "2B"},
     {"on-robot animation by name", R"({"301":{"file":"DANCE"}})", "26 44 41 4E 43 45 00 00 00 00 00 00 00 00 00"},
     // Body
@@ -125,8 +125,8 @@ const TranslateCase kCases[] = {
      ZK_ROBOT_QUILL},
     {"square", R"({"450":{"id":30,"sidelen_cm":30.9,"sidetm_s":1.25,"turntm_s":2}})", "40 00 1E 00 1E 0C 14 00 00 00",
      ZK_ROBOT_QUILL},
-    {"periodic with mean", R"({"450":{"id":50,"avg_deg":0,"amp_deg":240,"prd_s":2}})",
-     "40 00 32 00 FF FF D0 1E 00 00", ZK_ROBOT_QUILL},
+    {"periodic with mean", R"({"450":{"id":50,"avg_deg":0,"amp_deg":240,"prd_s":2}})", "40 00 32 00 FF FF D0 1E 00 00",
+     ZK_ROBOT_QUILL},
     {"periodic around zero", R"({"450":{"id":70,"amp_cm_s":80,"prd_s":1}})", "40 00 46 00 FF E8 07 00 00 00",
      ZK_ROBOT_QUILL},
     {"stop takes no parameters", R"({"451":{"id":258,"amp_deg":1}})", "41 01 02", ZK_ROBOT_QUILL},
@@ -254,8 +254,9 @@ TEST_F(TranslationTest, TwoSlotsOfAtMostTwentyBytes)
     EXPECT_EQ(out[ZK_BLOCK_SIZE], 0xEE);
 
     json2Packets(R"({"6001":0,"106":{"brightness":1},"5000":{"avatar":2}})", out);
-    EXPECT_EQ(printed.take(), "unknown component id: 6001\n"
-                              "err:error: too many packets! will only return 2 of 3.\n");
+    EXPECT_EQ(printed.take(),
+              "unknown component id: 6001\n"
+              "err:error: too many packets! will only return 2 of 3.\n");
     EXPECT_EQ(support::hex(out, 3), "02 0D FF");
     EXPECT_EQ(support::hex(out + ZK_SLOT_SIZE, 4), "14 1C 08 02");
 

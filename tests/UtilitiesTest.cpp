@@ -8,8 +8,8 @@
 #include "CoreUtility/ByteOrder.h"
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Text.h"
-#include "ZKHAL/Utilities.h"
 #include "ZKHAL/Diagnostics.h"
+#include "ZKHAL/Utilities.h"
 
 namespace {
 
@@ -102,8 +102,8 @@ TEST(UtilitiesTest, TextsAndByteOrder)
 {
     EXPECT_EQ(ZKHAL::decimalPrefix(" \t+12x"), 12);
     EXPECT_EQ(ZKHAL::decimalPrefix(nullptr), 0);
-    EXPECT_EQ(ZKHAL::decimalPrefix("4294967301"), 5);                 // a long cut to int
-    EXPECT_EQ(ZKHAL::decimalPrefix("99999999999999999999"), -1);      // a saturated long cut to int
+    EXPECT_EQ(ZKHAL::decimalPrefix("4294967301"), 5);             // a long cut to int
+    EXPECT_EQ(ZKHAL::decimalPrefix("99999999999999999999"), -1);  // a saturated long cut to int
     EXPECT_EQ(ZKHAL::decimalPrefix("-99999999999999999999"), 0);
     uint8_t bytes[14];
     HAL::littleEndianEncode32(

@@ -19,7 +19,7 @@ typedef struct ZKTranslator ZKTranslator;
 
 enum { ZK_MAX_COMMAND_PACKETS = 3 };
 
-/** A translator for a robot that has just been connected; null only without memory. Release it with ZKTranslatorDestroy. */
+/** A translator for a robot that has just been connected, to be released with ZKTranslatorDestroy(). */
 ZK_API ZKTranslator* ZKTranslatorCreate(uint32_t robotType);
 
 /** Null is allowed. */

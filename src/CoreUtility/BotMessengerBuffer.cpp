@@ -192,8 +192,7 @@ double clampHeadServoValue(const HAL::RobotHW* robot, double angleDegrees, bool 
 {
     const uint32_t robotType = robot != nullptr ? robot->getRobotType() : 0;
     if (robotType != ZK_ROBOT_QUILL && robotType != ZK_ROBOT_ORVIK) {
-        printOut("unhandled robot type (%i) for head servo value, defaulting to orvik\n",
-                 static_cast<int>(robotType));
+        printOut("unhandled robot type (%i) for head servo value, defaulting to orvik\n", static_cast<int>(robotType));
     }
     const Range range = headRange(robotType, isPan);
     return clampReal(angleDegrees, range.low, range.high);
@@ -202,8 +201,7 @@ double clampHeadServoValue(const HAL::RobotHW* robot, double angleDegrees, bool 
 constexpr ParamRow kServoParams[] = {
     {"degree", ParamView::Real,
      [](void* record, const nx_json& value, const ParseContext& context) {
-         const auto limited =
-             static_cast<float>(clampHeadServoValue(context.robot, value.dbl_value, context.isPan));
+         const auto limited = static_cast<float>(clampHeadServoValue(context.robot, value.dbl_value, context.isPan));
          static_cast<HALMotorServo_t*>(record)->angle = ZKHAL::radiansFromDegrees(static_cast<double>(limited));
      }},
     {"time", ParamView::Real, real<&HALMotorServo_t::time>},
@@ -234,7 +232,8 @@ constexpr ParamRow kBodyPoseParams[] = {
 
 constexpr char kPercentKey[] = "prcnt";
 constexpr ParamRow kScalarParams[] = {
-    {kPercentKey, ParamView::Real,
+    {kPercentKey,
+     ParamView::Real,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<HALComponentScalar_t*>(record)->percent = clampReal(value.dbl_value, -100.0, 100.0);
      },
@@ -309,7 +308,8 @@ uint8_t ledMaskOf(int64_t light)
 }
 
 constexpr ParamRow kLedMessageParams[] = {
-    {"message", ParamView::Integer,
+    {"message",
+     ParamView::Integer,
      [](void* record, const nx_json& value, const ParseContext&) {
          if (value.int_value < 0 || value.int_value > 255) {
              printOut("Parsing LedMsg: message out of range : %ld\n", static_cast<long>(value.int_value));
@@ -335,7 +335,8 @@ constexpr ParamRow kLedMessageParams[] = {
 };
 
 constexpr ParamRow kUserSettingParams[] = {
-    {"name", ParamView::Text,
+    {"name",
+     ParamView::Text,
      [](void* record, const nx_json& value, const ParseContext&) {
          auto& settings = *static_cast<HALUserSetting_t*>(record);
          const char* name = orEmpty(value.text_value);
@@ -495,8 +496,8 @@ void packBehaviour(const BehaviourValues& values)
             return encodePeriodic(values.record, values.meanDegrees, values.ampDegrees, values.periodSeconds, -7.5f,
                                   22.5f, 0, 30);
         case 50:
-            return encodePeriodic(values.record, values.meanDegrees, values.ampDegrees, values.periodSeconds, -120,
-                                  120, 0, 240);
+            return encodePeriodic(values.record, values.meanDegrees, values.ampDegrees, values.periodSeconds, -120, 120,
+                                  0, 240);
         case 60:
             return encodePeriodicZeroMean(values.record, values.ampDegrees, values.periodSeconds, 0, 360);
         case 70:
@@ -588,52 +589,53 @@ constexpr auto fillLauncher = fill<&Msg::getLauncherStorage, &Buffer::parseLaunc
 
 // Rows without fill are components that the parser reports as unknown.
 constexpr ComponentRow kComponents[] = {
-    {ZK_COMPONENT_POWER, listOf(kPowerParams), fill<&Msg::getPowerStorage, &Buffer::parsePower>, nullptr, nullptr},
+    {ZK_COMPONENT_POWER, listOf(kPowerParams), fill<&Msg::getPowerStorage, &Buffer::parsePower>},
     {ZK_COMPONENT_EYE_RING, listOf(kEyeRingParams), fill<&Msg::getEyeRingStorage, &Buffer::parseEyeRing>,
      findBadEyeLight, "the eye ring has lights 1 to 12"},
-    {ZK_COMPONENT_RGB_101, listOf(kRgbParams), fillRgb, nullptr, nullptr},
-    {ZK_COMPONENT_RGB_102, listOf(kRgbParams), fillRgb, nullptr, nullptr},
-    {ZK_COMPONENT_RGB_103, listOf(kRgbParams), fillRgb, nullptr, nullptr},
-    {ZK_COMPONENT_RGB_104, listOf(kRgbParams), fillRgb, nullptr, nullptr},
-    {ZK_COMPONENT_LED_105, listOf(kLedParams), fillLed, nullptr, nullptr},
-    {ZK_COMPONENT_LED_106, listOf(kLedParams), fillLed, nullptr, nullptr},
-    {ZK_COMPONENT_RGB_107, listOf(kRgbParams), fillRgb, nullptr, nullptr},
-    {ZK_COMPONENT_LED3_108, listOf(kLed3Params), fill<&Msg::getLED3Storage, &Buffer::parseLightLED3>, nullptr, nullptr},
-    {ZK_COMPONENT_LED_109, listOf(kLedParams), fillLed, nullptr, nullptr},
-    {ZK_COMPONENT_LED_110, listOf(kLedParams), fillLed, nullptr, nullptr},
-    {ZK_COMPONENT_LED_111, listOf(kLedParams), fillLed, nullptr, nullptr},
-    {ZK_COMPONENT_WHEEL_LEFT, listOf(kWheelParams), fillWheel, nullptr, nullptr},
-    {ZK_COMPONENT_WHEEL_RIGHT, listOf(kWheelParams), fillWheel, nullptr, nullptr},
-    {ZK_COMPONENT_HEAD_TILT, listOf(kServoParams), fillTilt, nullptr, nullptr},
-    {ZK_COMPONENT_HEAD_PAN, listOf(kServoParams), fillPan, nullptr, nullptr},
+    {ZK_COMPONENT_RGB_101, listOf(kRgbParams), fillRgb},
+    {ZK_COMPONENT_RGB_102, listOf(kRgbParams), fillRgb},
+    {ZK_COMPONENT_RGB_103, listOf(kRgbParams), fillRgb},
+    {ZK_COMPONENT_RGB_104, listOf(kRgbParams), fillRgb},
+    {ZK_COMPONENT_LED_105, listOf(kLedParams), fillLed},
+    {ZK_COMPONENT_LED_106, listOf(kLedParams), fillLed},
+    {ZK_COMPONENT_RGB_107, listOf(kRgbParams), fillRgb},
+    {ZK_COMPONENT_LED3_108, listOf(kLed3Params), fill<&Msg::getLED3Storage, &Buffer::parseLightLED3>},
+    {ZK_COMPONENT_LED_109, listOf(kLedParams), fillLed},
+    {ZK_COMPONENT_LED_110, listOf(kLedParams), fillLed},
+    {ZK_COMPONENT_LED_111, listOf(kLedParams), fillLed},
+    {ZK_COMPONENT_WHEEL_LEFT, listOf(kWheelParams), fillWheel},
+    {ZK_COMPONENT_WHEEL_RIGHT, listOf(kWheelParams), fillWheel},
+    {ZK_COMPONENT_HEAD_TILT, listOf(kServoParams), fillTilt},
+    {ZK_COMPONENT_HEAD_PAN, listOf(kServoParams), fillPan},
     {ZK_COMPONENT_BODY_LINEAR_ANGULAR, listOf(kBodyMotionParams),
-     fill<&Msg::getBodyMotionLinearAngularStorage, &Buffer::parseBodyMotionLinearAngular>, nullptr, nullptr},
-    {ZK_COMPONENT_BODY_POSE, listOf(kBodyPoseParams), fill<&Msg::getBodyPoseStorage, &Buffer::parseBodyPose>, nullptr, nullptr},
-    {ZK_COMPONENT_TILT_206, listOf(kServoParams), fillTilt, nullptr, nullptr},
-    {ZK_COMPONENT_PAN_207, listOf(kServoParams), fillPan, nullptr, nullptr},
-    {ZK_COMPONENT_TILT_208, listOf(kServoParams), fillTilt, nullptr, nullptr},
-    {ZK_COMPONENT_PAN_209, listOf(kServoParams), fillPan, nullptr, nullptr},
-    {ZK_COMPONENT_NO_PARAMS_210, kNoParams, fillNoParams, nullptr, nullptr},
-    {ZK_COMPONENT_BODY_WHEELS, listOf(kBothWheelsParams), fillBothWheels, nullptr, nullptr},
-    {ZK_COMPONENT_NO_PARAMS_212, kNoParams, fillNoParams, nullptr, nullptr},
-    {ZK_COMPONENT_SCALAR_213, listOf(kScalarParams), fillScalar, nullptr, nullptr},
-    {ZK_COMPONENT_SCALAR_214, listOf(kScalarParams), fillScalar, nullptr, nullptr},
-    {ZK_COMPONENT_SPEAKER, listOf(kSpeakerParams), fill<&Msg::getSpeakerStorage, &Buffer::parseSpeaker>, nullptr, nullptr},
-    {ZK_COMPONENT_ON_ROBOT_ANIM, listOf(kAnimParams), fill<&Msg::getAnimStorage, &Buffer::parseOnRobotAnim>, nullptr, nullptr},
-    {ZK_COMPONENT_AUDIO_SYNTH, listOf(kSynthParams), fill<&Msg::getAudioSynthStorage, &Buffer::parseAudioSynth>,
-     nullptr, nullptr},
-    {ZK_COMPONENT_305, kNoParams, nullptr, nullptr, nullptr},
-    {ZK_COMPONENT_LAUNCHER_400, listOf(kLauncherParams), fillLauncher, nullptr, nullptr},
-    {ZK_COMPONENT_LAUNCHER_401, listOf(kLauncherParams), fillLauncher, nullptr, nullptr},
-    {ZK_COMPONENT_LED_MESSAGE, listOf(kLedMessageParams), fill<&Msg::getLedMsgStorage, &Buffer::parseLedMsg>, nullptr, nullptr},
+     fill<&Msg::getBodyMotionLinearAngularStorage, &Buffer::parseBodyMotionLinearAngular>},
+    {ZK_COMPONENT_BODY_POSE, listOf(kBodyPoseParams), fill<&Msg::getBodyPoseStorage, &Buffer::parseBodyPose>},
+    {ZK_COMPONENT_TILT_206, listOf(kServoParams), fillTilt},
+    {ZK_COMPONENT_PAN_207, listOf(kServoParams), fillPan},
+    {ZK_COMPONENT_TILT_208, listOf(kServoParams), fillTilt},
+    {ZK_COMPONENT_PAN_209, listOf(kServoParams), fillPan},
+    {ZK_COMPONENT_NO_PARAMS_210, kNoParams, fillNoParams},
+    {ZK_COMPONENT_BODY_WHEELS, listOf(kBothWheelsParams), fillBothWheels},
+    {ZK_COMPONENT_NO_PARAMS_212, kNoParams, fillNoParams},
+    {ZK_COMPONENT_SCALAR_213, listOf(kScalarParams), fillScalar},
+    {ZK_COMPONENT_SCALAR_214, listOf(kScalarParams), fillScalar},
+    {ZK_COMPONENT_SPEAKER, listOf(kSpeakerParams), fill<&Msg::getSpeakerStorage, &Buffer::parseSpeaker>},
+    {ZK_COMPONENT_ON_ROBOT_ANIM, listOf(kAnimParams), fill<&Msg::getAnimStorage, &Buffer::parseOnRobotAnim>},
+    {ZK_COMPONENT_AUDIO_SYNTH, listOf(kSynthParams), fill<&Msg::getAudioSynthStorage, &Buffer::parseAudioSynth>},
+    {ZK_COMPONENT_305, kNoParams, nullptr},
+    {ZK_COMPONENT_LAUNCHER_400, listOf(kLauncherParams), fillLauncher},
+    {ZK_COMPONENT_LAUNCHER_401, listOf(kLauncherParams), fillLauncher},
+    {ZK_COMPONENT_LED_MESSAGE, listOf(kLedMessageParams), fill<&Msg::getLedMsgStorage, &Buffer::parseLedMsg>},
     {ZK_COMPONENT_PAMPLEMOUSSE_START, listOf(kBehaviourParamRows),
-     fill<&Msg::getPamplemousseStorage, &Buffer::parsePamplemousseStart>, findMissingBehaviourId, "a behaviour needs an \"id\" other than 65535"},
+     fill<&Msg::getPamplemousseStorage, &Buffer::parsePamplemousseStart>, findMissingBehaviourId,
+     "a behaviour needs an \"id\" other than 65535"},
     {ZK_COMPONENT_PAMPLEMOUSSE_STOP, listOf(kBehaviourParamRows),
-     fill<&Msg::getPamplemousseStorage, &Buffer::parsePamplemousseStop>, findMissingBehaviourId, "a behaviour needs an \"id\" other than 65535"},
+     fill<&Msg::getPamplemousseStorage, &Buffer::parsePamplemousseStop>, findMissingBehaviourId,
+     "a behaviour needs an \"id\" other than 65535"},
     {ZK_COMPONENT_USER_SETTINGS, listOf(kUserSettingParams),
-     fill<&Msg::getUserSettingsStorage, &Buffer::parseUserSettings>, nullptr, nullptr},
-    {ZK_COMPONENT_6001, kNoParams, nullptr, nullptr, nullptr},
-    {ZK_COMPONENT_PING, listOf(kPingParams), fill<&Msg::getPingStorage, &Buffer::parsePing>, nullptr, nullptr},
+     fill<&Msg::getUserSettingsStorage, &Buffer::parseUserSettings>},
+    {ZK_COMPONENT_6001, kNoParams, nullptr},
+    {ZK_COMPONENT_PING, listOf(kPingParams), fill<&Msg::getPingStorage, &Buffer::parsePing>},
 };
 static_assert(HAL::runsBesideComponents(kComponents), "kComponents is found by componentIndex()");
 
@@ -742,9 +744,9 @@ void BotMessengerBuffer::_parseParams(const ParamList& list, const nx_json* para
     }
 }
 
-#define ZK_RETURN_WITHOUT(record)                    \
-    if ((record) == nullptr || params == nullptr) {  \
-        return;                                      \
+#define ZK_RETURN_WITHOUT(record)                   \
+    if ((record) == nullptr || params == nullptr) { \
+        return;                                     \
     }
 
 void BotMessengerBuffer::parsePower(const nx_json* params, HALPower_t* record)
@@ -839,8 +841,7 @@ void BotMessengerBuffer::parseScalarPercentage(const nx_json* params, HALCompone
     // The first of several counts here, and a null counts as present.
     const nx_json* percent = nx_json_get(params, kPercentKey);
     if (percent == nx_json_get(nullptr, nullptr)) {
-        printOut("malformed json for component %d: missing %s\n\n", static_cast<int>(record->componentId),
-                 kPercentKey);
+        printOut("malformed json for component %d: missing %s\n\n", static_cast<int>(record->componentId), kPercentKey);
         return;
     }
     kScalarParams[0].store(record, *percent, {mRobot, false});

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "CoreUtility/nx_json.h"
-#include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotHardware/robot_hw0_cmd_data.h"
+#include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotMessages/Ctlr2BotMsg.h"
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/ZKExport.h"

@@ -11,9 +11,9 @@
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Text.h"
 #include "HAL/RobotHardware/CommandBits.h"
+#include "HAL/RobotHardware/robot_hw0_cmd_data.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
-#include "HAL/RobotHardware/robot_hw0_cmd_data.h"
 #include "HAL/RobotMessages/Components.h"
 
 namespace APICore {
@@ -342,7 +342,8 @@ private:
             return;  // naming it is the command, whatever the value
         }
         if (params->type != NX_JSON_OBJECT) {
-            remark(params, formatted("%s: its value is %s and no object: no parameter is read", owner, kindOf(*params)));
+            remark(params,
+                   formatted("%s: its value is %s and no object: no parameter is read", owner, kindOf(*params)));
             return;
         }
         int seen[16] = {};
@@ -400,9 +401,10 @@ private:
         if (!isNumber(*param)) {
             remark(param, formatted("%s is %s: read as 0", key.c_str(), kindOf(*param)));
         } else if (!range.isEmpty() && !range.contains(param->dbl_value)) {
-            remark(param, formatted("%s: %g is outside %g to %g: %s", key.c_str(), param->dbl_value, range.low, range.high,
-                                    row.view == ParamView::Level ? "only the low byte of its level is sent"
-                                                                 : "it is limited"));
+            remark(
+                param,
+                formatted("%s: %g is outside %g to %g: %s", key.c_str(), param->dbl_value, range.low, range.high,
+                          row.view == ParamView::Level ? "only the low byte of its level is sent" : "it is limited"));
         }
     }
 
@@ -563,7 +565,8 @@ private:
             }
             eyeBrightnessIsSent = eyeBrightnessIsSent || (command.bits & HAL::kBitEyeBrightness) != 0;
             if ((command.swallowed & HAL::kBitLed105) != 0) {
-                mFindings.remark(originOf(HAL::kBitLed105), "light 105 is not sent: the combined packet has no place for it");
+                mFindings.remark(originOf(HAL::kBitLed105),
+                                 "light 105 is not sent: the combined packet has no place for it");
             }
             if ((command.swallowed & (HAL::kBitEyeBrightness | HAL::kBitEyeBrightnessQuad)) != 0 &&
                 mEyeWithoutBrightness == nullptr) {
@@ -639,7 +642,9 @@ CheckResult checkCommandDocument(const char* text, uint32_t robotType, std::stri
         checker.check(root);
         checker.checkText(text, document.end());
     }
-    return findings.refused() ? CheckResult::Refused : findings.remarked() ? CheckResult::Remarks : CheckResult::Accepted;
+    return findings.refused()    ? CheckResult::Refused
+           : findings.remarked() ? CheckResult::Remarks
+                                 : CheckResult::Accepted;
 }
 
 }  // namespace APICore

@@ -52,8 +52,8 @@ struct ParamRow {
     const char* key;
     ParamView view;
     void (*store)(void* record, const nx_json& value, const ParseContext& context);
-    Range range = {};            // what arrives whole: of values, or of a text's length; empty: not limited
-    ParamList members = {};      // objects: what they are read for
+    Range range = {};        // what arrives whole: of values, or of a text's length; empty: not limited
+    ParamList members = {};  // objects: what they are read for
 };
 
 /** One component of the command vocabulary. Everything that walks documents walks these rows. */
@@ -63,8 +63,8 @@ struct ComponentRow {
     /** Parses the parameters into the record(s) of this id; does nothing when the robot registers none. */
     void (*fill)(BotMessengerBuffer& buffer, HAL::Ctlr2BotMsg& message, uint32_t id, const nx_json* params);
     /** The next member of params (or params itself) for which fill() would stop the process; null if none. */
-    const nx_json* (*findFatal)(const nx_json* params, const nx_json* after);
-    const char* fatalReason;  // in words for people
+    const nx_json* (*findFatal)(const nx_json* params, const nx_json* after) = nullptr;
+    const char* fatalReason = nullptr;  // in words for people
 };
 
 /** The row of an id that the parser knows, else null. */

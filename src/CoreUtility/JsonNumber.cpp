@@ -126,7 +126,8 @@ Real readDecimalReal(const char* text)
 
 __extension__ using Uint128 = unsigned __int128;
 
-// A 128-bit division leaves at least 63 bits of quotient, and whether the remainder is zero decides the ties. Most decimals that a script prints with 16 or 17 digits come through here.
+// A 128-bit division leaves at least 63 bits of quotient, and whether the remainder is zero decides the ties. Most
+// decimals that a script prints with 16 or 17 digits come through here.
 double divideByTenTo(uint64_t significand, int places)
 {
     const int shiftN = __builtin_clzll(significand);

@@ -192,9 +192,9 @@ char* findStringEnd(char* p)
     if constexpr (kTextIsPadded) {
         for (;; p += 16) {
             const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-            const __m128i ends = _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('"')),
-                                              _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\\')),
-                                                           _mm_cmpeq_epi8(block, _mm_setzero_si128())));
+            const __m128i ends = _mm_or_si128(
+                _mm_cmpeq_epi8(block, _mm_set1_epi8('"')),
+                _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8('\\')), _mm_cmpeq_epi8(block, _mm_setzero_si128())));
             if (const auto mask = static_cast<unsigned>(_mm_movemask_epi8(ends))) {
                 return p + __builtin_ctz(mask);
             }

@@ -14,8 +14,7 @@ using namespace HAL;
 
 constexpr Piece kNone = {0, 0, 0};
 
-constexpr FieldLayout byteField(const char* name, const char* unit, uint8_t at, double scale = 1,
-                                bool isSigned = false)
+constexpr FieldLayout byteField(const char* name, const char* unit, uint8_t at, double scale = 1, bool isSigned = false)
 {
     return {name, unit, scale, isSigned, {{at, 0, 8}, kNone, kNone, kNone}};
 }
@@ -46,8 +45,7 @@ constexpr FieldLayout kThreeLevelFields[] = {byteField("light 1", kLevel, 1), by
 constexpr FieldLayout kAngleFields[] = {bigField("", "degrees", 1, -0.01)};
 constexpr FieldLayout kQuadFields[] = {byteField("quarter 1", kLevel, 1), byteField("quarter 2", kLevel, 2),
                                        byteField("quarter 3", kLevel, 3), byteField("quarter 4", kLevel, 4)};
-constexpr FieldLayout kBitmapFields[] = {
-    {"", "", 1, false, {{2, 0, 8}, {1, 0, 8}, kNone, kNone}, Show::EyeLights}};
+constexpr FieldLayout kBitmapFields[] = {{"", "", 1, false, {{2, 0, 8}, {1, 0, 8}, kNone, kNone}, Show::EyeLights}};
 constexpr FieldLayout kEyeAnimationFields[] = {byteField("pattern", "", 1)};
 constexpr FieldLayout kVolumeFields[] = {byteField("", "%", 1)};
 constexpr FieldLayout kLauncherFields[] = {byteField("", "", 1)};
@@ -101,8 +99,7 @@ constexpr FieldLayout kColorAnimFields[] = {
     {"colour", "", 1, false, {{2, 0, 3}, kNone, kNone, kNone}},
     {"animation", "", 1, false, {{2, 3, 3}, {2, 6, 1}, kNone, kNone}, Show::AnimationOrSeven},
 };
-constexpr FieldLayout kClockFields[] = {
-    {"", "s since 1970", 1, false, {{5, 0, 8}, {4, 0, 8}, {3, 0, 8}, {2, 0, 8}}}};
+constexpr FieldLayout kClockFields[] = {{"", "s since 1970", 1, false, {{5, 0, 8}, {4, 0, 8}, {3, 0, 8}, {2, 0, 8}}}};
 constexpr FieldLayout kSynthFields[] = {
     {"duration", "", 1, false, {{3, 0, 8}, {2, 0, 4}, kNone, kNone}},
     {"percentage 1", "", 1, false, {{18, 0, 8}, {17, 4, 4}, kNone, kNone}},
@@ -124,8 +121,8 @@ constexpr FieldLayout kSynthUpdateFields[] = {
     littleField32("tone 1", "Hz", 4, kIncrementScale), littleField32("tone 2", "Hz", 8, kIncrementScale),
     littleField32("tone 3", "Hz", 12, kIncrementScale), littleField32("tone 4", "Hz", 16, kIncrementScale)};
 constexpr FieldLayout kBehaviourFields[] = {
-    bigField("id", "", 1, 1, false),  byteField("weight", kLevel, 3), byteField("p0", "", 4), byteField("p1", "", 5),
-    byteField("p2", "", 6),           byteField("p3", "", 7),         byteField("p4", "", 8), byteField("p5", "", 9)};
+    bigField("id", "", 1, 1, false), byteField("weight", kLevel, 3), byteField("p0", "", 4), byteField("p1", "", 5),
+    byteField("p2", "", 6),          byteField("p3", "", 7),         byteField("p4", "", 8), byteField("p5", "", 9)};
 constexpr FieldLayout kBehaviourStopFields[] = {bigField("id", "", 1, 1, false)};
 constexpr FieldLayout kLedMessageFields[] = {
     {"message", "", 1, false, {{1, 0, 6}, kNone, kNone, kNone}},

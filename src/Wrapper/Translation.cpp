@@ -66,8 +66,7 @@ int ZKCheckCommandDocument(const char* json, uint32_t robotType, char* message, 
     ZKHAL::copyToBuffer(message, messageSize, "", 0);
     return ZKHAL::guarded(__func__, static_cast<int>(ZK_CHECK_REFUSED), [&] {
         std::string findings;
-        const APICore::CheckResult result =
-            APICore::checkCommandDocument(ZKHAL::orEmpty(json), robotType, findings);
+        const APICore::CheckResult result = APICore::checkCommandDocument(ZKHAL::orEmpty(json), robotType, findings);
         ZKHAL::copyToBuffer(message, messageSize, findings.data(), findings.size());
         return static_cast<int>(result);
     });

@@ -1,10 +1,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include <ZKHAL/ZKHAL.h>
 #include "CoreUtility/BotMessengerBuffer.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
-#include <ZKHAL/ZKHAL.h>
 
 int main()
 {

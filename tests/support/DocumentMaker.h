@@ -69,14 +69,16 @@ private:
         }
     }
 
-    static constexpr int kIds[] = {1,   100, 100, 101, 102, 103, 104, 105, 106, 107, 108, 109,  110, 111,  200,  201,
-                                   202, 203, 204, 205, 206, 207, 208, 209, 210, 211, 212, 213,  214, 300,  301,  304,
-                                   305, 400, 401, 410, 450, 451, 450, 5000, 6001, 9000, 7};
+    static constexpr int kIds[] = {1,   100, 100, 101, 102, 103, 104, 105, 106, 107,  108,  109,  110, 111, 200,
+                                   201, 202, 203, 204, 205, 206, 207, 208, 209, 210,  211,  212,  213, 214, 300,
+                                   301, 304, 305, 400, 401, 410, 450, 451, 450, 5000, 6001, 9000, 7};
+    // clang-format off
     static constexpr const char* kKeys[] = {
-        "pwr",   "pingID", "brightness", "1",    "r",      "g",     "b",      "animation", "index",    "cm_s", "left_cm_s",
-        "degree", "time",  "hold",       "x",    "mode",   "prcnt", "file",   "volume",    "type",     "tone1", "dir",
-        "message", "LEDs", "name",       "color", "anim",  "avatar", "pvolume", "id",      "id",       "params", "amp_deg",
-        "prd_s", "linear_cm_s", "angular_deg_s", "angular_acc_deg_s_s", "linear_acc_cm_s_s"};
+        "pwr", "pingID", "brightness", "1", "r", "g", "b", "animation", "index", "cm_s", "left_cm_s", "degree", "time",
+        "hold", "x", "mode", "prcnt", "file", "volume", "type", "tone1", "dir", "message", "LEDs", "name", "color",
+        "anim", "avatar", "pvolume", "id", "id", "id", "params", "amp_deg", "prd_s", "linear_cm_s", "angular_deg_s",
+        "angular_acc_deg_s_s", "linear_acc_cm_s_s"};
+    // clang-format on
 
     Random mRandom;
 };

@@ -118,15 +118,16 @@ int encode(const EncodeOptions& options)
 {
     const bool inArgument = isDocument(options.input);
     const std::string name = inArgument ? "document" : options.input == "-" ? "stdin" : options.input;
-    const std::vector<Document> documents =
-        splitDocuments(inArgument ? options.input : readInput(options.input));
+    const std::vector<Document> documents = splitDocuments(inArgument ? options.input : readInput(options.input));
     const std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> translator(
         ZKTranslatorCreate(options.robotType), ZKTranslatorDestroy);
     int status = kSuccess;
     for (const Document& document : documents) {
+        if (options.explain && documents.size() > 1) {
+            std::cout << "# " << name << ", line " << document.firstLine << '\n';
+        }
         static char findings[128 * 1024];
-        const int result =
-            ZKCheckCommandDocument(document.text.c_str(), options.robotType, findings, sizeof findings);
+        const int result = ZKCheckCommandDocument(document.text.c_str(), options.robotType, findings, sizeof findings);
         std::cout.flush();
         std::cerr << placedFindings(findings, name, document.firstLine);
         if (result == ZK_CHECK_REFUSED) {
@@ -135,9 +136,6 @@ int encode(const EncodeOptions& options)
         }
         if (options.checkOnly) {
             continue;
-        }
-        if (options.explain && documents.size() > 1) {
-            std::cout << "# " << name << ", line " << document.firstLine << '\n';
         }
         const QuietLibrary quiet;
         HALPacket_t packets[ZK_MAX_COMMAND_PACKETS];

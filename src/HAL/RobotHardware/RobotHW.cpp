@@ -98,8 +98,7 @@ bool RobotHW::setSynthStateAndCheckForChange(uint8_t type, uint16_t duration, co
     std::memcpy(state.phases, phases, sizeof state.phases);
     state.percentage1 = percentage1;
     state.percentage2 = percentage2;
-    const bool unchanged =
-        duration == 0 && mSynthCacheValid && std::memcmp(&state, &mSynthCache, sizeof state) == 0;
+    const bool unchanged = duration == 0 && mSynthCacheValid && std::memcmp(&state, &mSynthCache, sizeof state) == 0;
     mSynthCache = state;
     mSynthCacheValid = true;
     return !unchanged;

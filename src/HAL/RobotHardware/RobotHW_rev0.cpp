@@ -381,8 +381,7 @@ Placement encodeLED(Data* data, RobotHW*)
 Placement encodeLED3(Data* data, RobotHW*)
 {
     const HALLED3_t& lights = data->led108;
-    return tryEncodeCommand___8_3(data, kBitLed3, kCmdLed3, lights.brightness1, lights.brightness2,
-                                  lights.brightness3);
+    return tryEncodeCommand___8_3(data, kBitLed3, kCmdLed3, lights.brightness1, lights.brightness2, lights.brightness3);
 }
 
 template <uint64_t kMask, uint8_t kCommand>
@@ -750,7 +749,8 @@ constexpr PackingRow kPacking[] = {
     {"light 106", kBitLed106, encodeLED<kBitLed106, kCmdLed106, &Data::led106>},
     {"sound", kBitSound, encodeSound},
     {"on-robot animation", kBitAnimByName, encodeAnimByName},
-    {"on-robot animation without a name", kBitAnimWithoutName, encodeNoParams<kBitAnimWithoutName, kCmdAnimWithoutName>},
+    {"on-robot animation without a name", kBitAnimWithoutName,
+     encodeNoParams<kBitAnimWithoutName, kCmdAnimWithoutName>},
     {"robot name", kBitSettingName, encodeSetting<kBitSettingName, kSettingName, writeName>},
     {"personality colour", kBitSettingColor, encodeSetting<kBitSettingColor, kSettingColor, writeColor>},
     {"personality animation", kBitSettingAnim, encodeSetting<kBitSettingAnim, kSettingAnim, writeAnim>},

@@ -10,11 +10,11 @@
 
 constexpr int _ZK_EYE_LED_COUNT = 12;
 
-constexpr uint32_t kNoEyeAnimation = 65535;      // HALEyeRing_t: show ledBitmap instead
-constexpr uint32_t kSettingNotGiven = 255;       // HALUserSetting_t: colour, animation, avatar
-constexpr uint16_t kBehaviourNotGiven = 65535;   // HALPamplemousse_t: commandId
-constexpr int kMediaNameLength = 14;             // characters of a sound or on-robot animation name
-constexpr int kRobotNameLength = 18;             // characters of a robot name in the settings
+constexpr uint32_t kNoEyeAnimation = 65535;     // HALEyeRing_t: show ledBitmap instead
+constexpr uint32_t kSettingNotGiven = 255;      // HALUserSetting_t: colour, animation, avatar
+constexpr uint16_t kBehaviourNotGiven = 65535;  // HALPamplemousse_t: commandId
+constexpr int kMediaNameLength = 14;            // characters of a sound or on-robot animation name
+constexpr int kRobotNameLength = 18;            // characters of a robot name in the settings
 constexpr int kBehaviourParams = 6;
 constexpr int kSynthTones = 4;
 
@@ -56,12 +56,12 @@ struct HALRGB_t {
 struct HALEyeRing_t {
     ZKComponentId componentId;
     uint8_t isSet;
-    uint32_t animationId;      // built-in pattern; kNoEyeAnimation: show ledBitmap
-    uint8_t brightness;        // of the whole ring, in mode 0
-    uint8_t reserved[11];      // never written
-    uint16_t ledBitmap;        // bit n: light n is on, 0 to 11; light 12 of a document is bit 0
-    uint8_t brightnessQuad[4]; // of the four quarters, in mode 1
-    uint32_t brightnessMode;   // 0: one level; 1: four levels
+    uint32_t animationId;       // built-in pattern; kNoEyeAnimation: show ledBitmap
+    uint8_t brightness;         // of the whole ring, in mode 0
+    uint8_t reserved[11];       // never written
+    uint16_t ledBitmap;         // bit n: light n is on, 0 to 11; light 12 of a document is bit 0
+    uint8_t brightnessQuad[4];  // of the four quarters, in mode 1
+    uint32_t brightnessMode;    // 0: one level; 1: four levels
 };
 
 struct HALMotorWheel_t {
@@ -145,7 +145,7 @@ struct HALLauncher_t {
 struct HALLedMsg_t {
     ZKComponentId componentId;
     uint8_t isSet;
-    uint8_t ledMask;  // bit 0: light 102, bit 1: 103, bit 2: 101 or 104, bit 3: 106 or 107
+    uint8_t ledMask;       // bit 0: light 102, bit 1: 103, bit 2: 101 or 104, bit 3: 106 or 107
     uint8_t flag1, flag2;  // reserved, never written
     uint8_t message;
 };
