@@ -20,6 +20,7 @@ set(ZKHAL_CXX_HEADERS
   HAL/RobotHardware/RobotHW_rev0.h
   HAL/RobotHardware/robot_hw0_cmd_data.h
   HAL/RobotMessages/CommandRecords.h
+  HAL/RobotMessages/Components.h
   HAL/RobotMessages/Ctlr2BotMsg.h)
 if(ZKHAL_SIMULATOR)
   list(APPEND ZKHAL_CXX_HEADERS Simulator/CommandReader.h)

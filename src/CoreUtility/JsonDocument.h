@@ -70,7 +70,7 @@ public:
     void clear();
 
 private:
-    static constexpr size_t kPadding = 16;  // zeros behind the text: the reader looks at 16 bytes at a time
+    static constexpr size_t kPadding = 16;  // zeros behind the text: the reader looks at several bytes at a time
     static constexpr size_t kFirstText = 1024;
     static constexpr size_t kKeptText = 64 * 1024;
 

@@ -34,71 +34,67 @@ inline double decimalFraction(uint64_t significand, int places)
     return divideByTenTo(significand, places);
 }
 
-// Up to eight digits at once, in the bytes of a word: 8 bytes are read whatever they hold.
-struct DigitRun {
-    uint64_t value;
-    unsigned count;
-};
-
-inline DigitRun readDigits(const char* text)
+// The number in eight digits at once, in *value; false when one of the eight bytes is no digit.
+inline bool readEightDigits(const char* text, uint64_t& value)
 {
-    uint64_t x;
-    std::memcpy(&x, text, sizeof x);
-    x ^= 0x3030303030303030u;
-    const uint64_t others = ((x + 0x0606060606060606u) | x) & 0xF0F0F0F0F0F0F0F0u;  // above the first: undefined
-    const unsigned count = others != 0 ? static_cast<unsigned>(__builtin_ctzll(others)) / 8 : 8;
-    if (count == 0) {
-        return {0, 0};
+    constexpr uint64_t kTopBits = 0x8080808080808080u;
+    uint64_t word;
+    std::memcpy(&word, text, sizeof word);
+    word ^= 0x3030303030303030u;  // digits become 0 to 9, the first in the lowest byte
+    if (((((word & ~kTopBits) + 0x7676767676767676u) | word) & kTopBits) != 0) {
+        return false;
     }
-    x <<= 64 - 8 * count;  // the last digit to the top, zeros before the first
-    x = (x * 10 + (x >> 8)) & 0x00FF00FF00FF00FFu;
-    x = (x * 100 + (x >> 16)) & 0x0000FFFF0000FFFFu;
-    return {(x * 10000 + (x >> 32)) & 0xFFFFFFFFu, count};
+    word = (word * 10 + (word >> 8)) & 0x00FF00FF00FF00FFu;
+    word = (word * 100 + (word >> 16)) & 0x0000FFFF0000FFFFu;
+    value = (word * 10000 + (word >> 32)) & 0xFFFFFFFFu;
+    return true;
 }
-
-constexpr uint64_t kTenToUpToEight[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
 
 // The same as readJsonNumber() for what documents mostly hold, in one pass: decimals of up to 18 digits without an
 // exponent. Null when the number is of another kind, which readJsonNumber() then reads.
 // Eight bytes behind the end of the text are readable; the machine is little-endian.
+// Digits are taken one by one on purpose: how many there are is then guessed by the processor, which reads on
+// meanwhile; a length that is computed is waited for.
 inline const char* readPlainDecimal(const char* text, int64_t& integer, double& real, bool& isReal)
 {
-    constexpr size_t kMaxDigits = 18;
+    constexpr ptrdiff_t kMaxDigits = 18;
     const auto digitAt = [](const char* at) { return static_cast<unsigned>(static_cast<unsigned char>(*at)) - '0'; };
-    const bool negative = *text == '-';
-    const char* const first = text + (negative ? 1 : 0);
-    const char* p = first;
-    uint64_t significand = 0;
-    for (unsigned digit; (digit = digitAt(p)) <= 9; ++p) {
-        significand = significand * 10 + digit;
+    const char* first = text;
+    bool negative = false;
+    if (*text == '-') {
+        negative = true;
+        ++first;
+        asm("" : "+r"(first));  // a branch, see below
     }
-    const auto digits = static_cast<size_t>(p - first);
-    if (digits - 1 >= kMaxDigits || (*first == '0' && digits > 1)) {
+    unsigned digit = digitAt(first);
+    if (digit > 9 || (digit == 0 && (digitAt(first + 1) <= 9 || (first[1] | 0x20) == 'x'))) {
         return nullptr;
+    }
+    const char* p = first + 1;
+    uint64_t significand = digit;
+    for (; (digit = digitAt(p)) <= 9; ++p) {
+        significand = significand * 10 + digit;
     }
     const auto whole = static_cast<int64_t>(significand);
     integer = negative ? -whole : whole;
     isReal = *p == '.';
-    if (isReal) {
-        ++p;
-        size_t places = 0;
-        DigitRun run;
-        do {
-            run = readDigits(p);
-            significand = significand * kTenToUpToEight[run.count] + run.value;
-            places += run.count;
-            p += run.count;
-        } while (run.count == 8 && digits + places <= kMaxDigits);
-        if (digits + places > kMaxDigits) {
-            return nullptr;
-        }
-        const double value = decimalFraction(significand, static_cast<int>(places));
-        real = negative ? -value : value;
-    } else {
+    if (!isReal) {
         real = static_cast<double>(integer);
+        return p - first <= kMaxDigits && (*p | 0x20) != 'e' ? p : nullptr;
     }
-    const char behind = static_cast<char>(*p | 0x20);
-    return behind != 'e' && behind != 'x' ? p : nullptr;
+    const char* const point = p++;
+    for (uint64_t eight; digitAt(p + 7) <= 9 && p - first <= kMaxDigits && readEightDigits(p, eight); p += 8) {
+        significand = significand * 100000000 + eight;
+    }
+    for (; (digit = digitAt(p)) <= 9; ++p) {
+        significand = significand * 10 + digit;
+    }
+    if (p - first > kMaxDigits + 1 || (*p | 0x20) == 'e') {
+        return nullptr;
+    }
+    const double value = decimalFraction(significand, static_cast<int>(p - point - 1));
+    real = negative ? -value : value;
+    return p;
 }
 
 }  // namespace ZKHAL

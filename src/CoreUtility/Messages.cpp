@@ -1,8 +1,10 @@
 #include "CoreUtility/Messages.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -34,11 +36,59 @@ private:
     locale_t mHost;
 };
 
+// Formats with plain %d, %ld and %s only, for lines that are printed where time counts: std::vsnprintf() would take as
+// long as translating a small document. Returns the length, or -1 for another format or a longer text.
+ZK_PRINTF(3, 0) int formatSimple(char* text, size_t size, const char* format, va_list arguments)
+{
+    char* out = text;
+    char* const end = text + size - 1;
+    for (const char* p = format; *p != '\0'; ++p) {
+        if (*p != '%') {
+            if (out == end) {
+                return -1;
+            }
+            *out++ = *p;
+            continue;
+        }
+        ++p;
+        if (*p == 's') {
+            const char* word = va_arg(arguments, const char*);
+            const size_t length = std::strlen(word);
+            if (length > static_cast<size_t>(end - out)) {
+                return -1;
+            }
+            std::memcpy(out, word, length);
+            out += length;
+            continue;
+        }
+        const bool isLong = *p == 'l';
+        if (*(isLong ? ++p : p) != 'd') {
+            return -1;
+        }
+        const long number = isLong ? va_arg(arguments, long) : va_arg(arguments, int);
+        const std::to_chars_result result = std::to_chars(out, end, number);
+        if (result.ec != std::errc()) {
+            return -1;
+        }
+        out = result.ptr;
+    }
+    *out = '\0';
+    return static_cast<int>(out - text);
+}
+
 // A formatted text: in place when it is short, as nearly all are.
 class FormattedText {
 public:
     ZK_PRINTF(2, 0) FormattedText(const char* format, va_list arguments)
     {
+        va_list simple;
+        va_copy(simple, arguments);
+        const int simpleLength = formatSimple(mBrief, sizeof mBrief, format, simple);
+        va_end(simple);
+        if (simpleLength >= 0) {
+            mLength = static_cast<size_t>(simpleLength);
+            return;
+        }
         const PlainLocaleHere plain;
         va_list again;
         va_copy(again, arguments);

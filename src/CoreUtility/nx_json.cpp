@@ -1,6 +1,7 @@
 #include "CoreUtility/nx_json.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <new>
 
@@ -207,10 +208,54 @@ char* findStringEnd(char* p)
     return p;
 }
 
-#define ZK_HOT __attribute__((always_inline)) inline
+// Blanks, commas and comments between values. Null after an error.
+char* skipToValue(char* p, JsonError& error)
+{
+    while (isBlank(*p) || *p == '/') {
+        if (*p != '/') {
+            ++p;
+        } else if ((p = skipComment(p, error)) == nullptr) {
+            return nullptr;
+        }
+    }
+    return p;
+}
+
+// The next key's opening quote, or the end of the object. Null after an error.
+char* skipToKey(char* p, JsonError& error)
+{
+    while (*p != '"' && *p != '}') {
+        if (isControlOrSpace(*p) || *p == ',') {  // a wider set than between values
+            ++p;
+        } else if (*p != '/') {
+            return fail(error, "unexpected chars", 1, p);
+        } else if ((p = skipComment(p, error)) == nullptr) {
+            return nullptr;
+        }
+    }
+    return p;
+}
+
+// Keeps a step of the reading position a branch. The processor guesses branches and reads on meanwhile; a position
+// that is computed from what was read it would have to wait for, token after token.
+inline void guess(char*& p)
+{
+    asm("" : "+r"(p));
+}
+
+struct Word {
+    const char* text;
+    nx_json_type type;
+    int value;
+};
+constexpr Word kTrue = {"true", NX_JSON_BOOL, 1}, kFalse = {"false", NX_JSON_BOOL, 0},
+               kNull = {"null", NX_JSON_NULL, 0};
 
 // The reader proper. An open container keeps its parent in `next`, which it needs for a sibling only after it is
 // closed: so nesting takes no stack, and a partial tree can be put in order again.
+//
+// It is one loop over local variables, with the common case of each step in line: most of a translation's time is
+// spent here.
 template <class Nodes>
 class JsonParser {
 public:
@@ -222,112 +267,145 @@ public:
     // The root, complete or not; an error is set when it is not. end: behind the root.
     nx_json* parse(char* p, const char*& end)
     {
-        // Each turn reads one value, in an object with its key, up to its end or to the opening of a container.
-        while (true) {
+        nx_json* root = nullptr;
+        nx_json* open = nullptr;  // the container whose members are being read, null around the root
+        nx_json** link = &root;   // where the next node is hung in
+        uint32_t count = 0;       // children of `open` so far
+        bool inObject = false;
+        NodeBlock free = {nullptr, nullptr};
+
+        const auto create = [&](nx_json_type type, const char* key) {
+            if (free.next == free.end) {
+                free = mNodes.nextBlock();
+            }
+            nx_json* node = free.next++;
+            *node = {type, key, nullptr, 0, 0.0, 0, nullptr, nullptr, nullptr};
+            *link = node;
+            link = &node->next;
+            ++count;
+            return node;
+        };
+        const auto enter = [&](nx_json_type type, const char* key) {
+            nx_json* node = create(type, key);
+            if (open != nullptr) {
+                open->length = static_cast<int32_t>(count);
+            }
+            node->next = open;
+            open = node;
+            link = &node->child;
+            count = 0;
+            inObject = type == NX_JSON_OBJECT;
+        };
+        const auto leave = [&] {
+            nx_json* closed = open;
+            closed->length = static_cast<int32_t>(count);
+            closed->last_child = link != &closed->child ? nodeWithLink(link) : nullptr;
+            open = closed->next;
+            closed->next = nullptr;
+            link = &closed->next;
+            if (open != nullptr) {
+                count = static_cast<uint32_t>(open->length);
+                inObject = open->type == NX_JSON_OBJECT;
+            }
+        };
+
+        do {
             const char* key = nullptr;
-            if (mInObject) {
-                p = findKey(p);
-                if (p == nullptr) {
+            if (*p == ',') {
+                ++p;
+                guess(p);
+            }
+            if (inObject) {
+                if (*p != '"' && (p = skipToKey(p, mError)) == nullptr) {
                     break;
                 }
                 if (*p == '}') {
                     ++p;
-                    if (close()) {
-                        break;
-                    }
+                    leave();
                     continue;
                 }
                 key = p + 1;
-                p = readKeyAndColon(p + 1);
+                p = readString(p + 1);
+                if (p == nullptr) {
+                    break;
+                }
+                while (isControlOrSpace(*p)) {
+                    ++p;
+                }
+                if (*p != ':') {
+                    p = fail(mError, "unexpected chars", 2, p);
+                    break;
+                }
+                ++p;
+            }
+            if (isBlank(*p) || *p == '/') {
+                p = skipToValue(p, mError);
                 if (p == nullptr) {
                     break;
                 }
             }
-            p = readValue(p, key);
-            if (p == nullptr || mOpen == nullptr) {
-                break;
+            if (isDigit(*p) || *p == '-') {
+                p = readNumber(p, *create(NX_JSON_INTEGER, key));
+                continue;
             }
-        }
+            switch (*p) {
+                case '"':
+                    create(NX_JSON_STRING, key)->text_value = p + 1;
+                    p = readString(p + 1);
+                    break;
+                case '[':
+                    enter(NX_JSON_ARRAY, key);
+                    ++p;
+                    break;
+                case ']':
+                    if (open == nullptr || inObject) {
+                        p = fail(mError, "unexpected chars", 4, p);
+                        break;
+                    }
+                    leave();
+                    ++p;
+                    break;
+                case '{':
+                    enter(NX_JSON_OBJECT, key);
+                    ++p;
+                    break;
+                case 't':
+                case 'f':
+                case 'n': {
+                    const Word& word = *p == 't' ? kTrue : *p == 'f' ? kFalse : kNull;
+                    const size_t length = std::strlen(word.text);
+                    if (std::strncmp(p, word.text, length) != 0) {
+                        p = fail(mError, "unexpected chars", 5, p);
+                        break;
+                    }
+                    create(word.type, key)->int_value = word.value;
+                    p += length;
+                    break;
+                }
+                case '\0':
+                    p = fail(mError, "unexpected end of text", 3, p);
+                    break;
+                default:
+                    p = fail(mError, "unexpected chars", 7, p);
+                    break;
+            }
+        } while (p != nullptr && open != nullptr);
+
         end = p;
-        while (mOpen != nullptr) {
-            close();
+        while (open != nullptr) {
+            leave();
         }
-        return mRoot;
+        return root;
     }
 
 private:
-    ZK_HOT nx_json* create(nx_json_type type, const char* key)
+    static nx_json* nodeWithLink(nx_json** link)
     {
-        if (mFree.next == mFree.end) {
-            mFree = mNodes.nextBlock();
-        }
-        nx_json* node = mFree.next++;
-        *node = {type, key, nullptr, 0, 0.0, 0, nullptr, nullptr, nullptr};
-        if (mLast != nullptr) {
-            mLast->next = node;
-        } else if (mOpen != nullptr) {
-            mOpen->child = node;
-        } else {
-            mRoot = node;
-        }
-        mLast = node;
-        ++mCount;
-        return node;
-    }
-
-    ZK_HOT void open(nx_json_type type, const char* key)
-    {
-        nx_json* node = create(type, key);
-        if (mOpen != nullptr) {
-            mOpen->length = static_cast<int32_t>(mCount);
-        }
-        node->next = mOpen;
-        mOpen = node;
-        mLast = nullptr;
-        mCount = 0;
-        mInObject = type == NX_JSON_OBJECT;
-    }
-
-    // Returns whether that was the root.
-    ZK_HOT bool close()
-    {
-        nx_json* closed = mOpen;
-        closed->length = static_cast<int32_t>(mCount);
-        closed->last_child = mLast;
-        mOpen = closed->next;
-        closed->next = nullptr;
-        mLast = closed;
-        if (mOpen == nullptr) {
-            return true;
-        }
-        mCount = static_cast<uint32_t>(mOpen->length);
-        mInObject = mOpen->type == NX_JSON_OBJECT;
-        return false;
-    }
-
-    // The next key's opening quote, or the end of the object.
-    ZK_HOT char* findKey(char* p)
-    {
-        if (p[0] == ',' && p[1] == '"') {  // as scripts write it
-            return p + 1;
-        }
-        while (*p != '"' && *p != '}') {
-            if (isControlOrSpace(*p) || *p == ',') {  // a wider set than between values
-                ++p;
-            } else if (*p == '/') {
-                p = skipComment(p, mError);
-                if (p == nullptr) {
-                    return nullptr;
-                }
-            } else {
-                return fail(mError, "unexpected chars", 1, p);
-            }
-        }
-        return p;
+        return reinterpret_cast<nx_json*>(reinterpret_cast<char*>(link) - offsetof(nx_json, next));
     }
 
     // p stands behind the opening quote. Returns the position behind the closing one, which becomes a NUL.
-    ZK_HOT char* readString(char* p)
+    char* readString(char* p)
     {
         char* end = findStringEnd<Nodes::kTextIsPadded>(p);
         if (*end != '"') {
@@ -337,71 +415,12 @@ private:
         return end + 1;
     }
 
-    // p stands behind the opening quote. Returns the position behind the colon.
-    ZK_HOT char* readKeyAndColon(char* p)
+    char* readNumber(char* p, nx_json& node)
     {
-        p = readString(p);
-        if (p == nullptr) {
-            return nullptr;
-        }
-        while (isControlOrSpace(*p)) {
-            ++p;
-        }
-        return *p == ':' ? p + 1 : fail(mError, "unexpected chars", 2, p);
-    }
-
-    ZK_HOT char* readValue(char* p, const char* key)
-    {
-        while (isBlank(*p) || *p == '/') {
-            if (*p == '/') {
-                p = skipComment(p, mError);
-                if (p == nullptr) {
-                    return nullptr;
-                }
-            } else {
-                ++p;
-            }
-        }
-        if (isDigit(*p) || *p == '-') {
-            return readNumber(p, key);
-        }
-        switch (*p) {
-            case '"': {
-                create(NX_JSON_STRING, key)->text_value = p + 1;
-                return readString(p + 1);
-            }
-            case '[':
-                open(NX_JSON_ARRAY, key);
-                return p + 1;
-            case ']':
-                if (mOpen == nullptr || mInObject) {
-                    return fail(mError, "unexpected chars", 4, p);
-                }
-                close();
-                return p + 1;
-            case '{':
-                open(NX_JSON_OBJECT, key);
-                return p + 1;
-            case 't':
-                return readWord(p, key, "true", NX_JSON_BOOL, 1);
-            case 'f':
-                return readWord(p, key, "false", NX_JSON_BOOL, 0);
-            case 'n':
-                return readWord(p, key, "null", NX_JSON_NULL, 0);
-            case '\0':
-                return fail(mError, "unexpected end of text", 3, p);
-            default:
-                return fail(mError, "unexpected chars", 5, p);
-        }
-    }
-
-    ZK_HOT char* readNumber(char* p, const char* key)
-    {
-        nx_json* node = create(NX_JSON_INTEGER, key);
         if constexpr (Nodes::kTextIsPadded) {
             bool isReal;
-            if (const char* end = readPlainDecimal(p, node->int_value, node->dbl_value, isReal)) {
-                node->type = isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER;
+            if (const char* end = readPlainDecimal(p, node.int_value, node.dbl_value, isReal)) {
+                node.type = isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER;
                 return p + (end - p);
             }
         }
@@ -409,31 +428,15 @@ private:
         if (number.end == nullptr) {
             return fail(mError, "invalid number", 6, p);
         }
-        node->type = number.isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER;
-        node->int_value = number.integer;
-        node->dbl_value = number.real;
+        node.type = number.isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER;
+        node.int_value = number.integer;
+        node.dbl_value = number.real;
         return p + (number.end - p);
-    }
-
-    ZK_HOT char* readWord(char* p, const char* key, const char* word, nx_json_type type, int value)
-    {
-        const size_t length = std::strlen(word);
-        if (std::strncmp(p, word, length) != 0) {
-            return fail(mError, "unexpected chars", 7, p);
-        }
-        create(type, key)->int_value = value;
-        return p + length;
     }
 
     Nodes& mNodes;
     nx_json_unicode_encoder mEncoder;
     JsonError& mError;
-    NodeBlock mFree = {nullptr, nullptr};
-    nx_json* mRoot = nullptr;
-    nx_json* mOpen = nullptr;  // the container whose members are being read, null around the root
-    nx_json* mLast = nullptr;  // its last child so far
-    uint32_t mCount = 0;       // its children so far
-    bool mInObject = false;
 };
 
 int dropCodePoint(unsigned /*codePoint*/, char* output, char** newOutput)

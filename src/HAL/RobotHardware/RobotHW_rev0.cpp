@@ -88,13 +88,16 @@ static_assert(isSorted(kStorage), "the rows of a kind stand together and in the 
 
 constexpr StorageMaps storageMaps()
 {
-    StorageMaps maps{kStorage, {}};
+    StorageMaps maps{kStorage, {}, {}};
     size_t row = 0;
     for (size_t kind = 0; kind <= static_cast<size_t>(RecordKind::Count); ++kind) {
         while (row < kStorageRows && static_cast<size_t>(kStorage[row].kind) < kind) {
             ++row;
         }
         maps.begin[kind] = static_cast<uint8_t>(row);
+    }
+    for (row = 0; row < kStorageRows; ++row) {
+        maps.ofComponent[componentIndex(kStorage[row].id)] = static_cast<uint8_t>(row);
     }
     return maps;
 }

@@ -49,18 +49,26 @@ Record* Ctlr2BotMsg::find(RecordKind kind, uint32_t id) const
     if (mMaps == nullptr) {
         return nullptr;
     }
-    const auto index = static_cast<size_t>(kind);
-    const StorageRow* const end = mMaps->rows + mMaps->begin[index + 1];
-    for (const StorageRow* row = mMaps->rows + mMaps->begin[index]; row != end; ++row) {
-        if (row->id == id) {
-            if ((row->robots & mRobot) == 0) {
-                return nullptr;
-            }
-            mRecords->touched |= uint64_t{1} << (row - mMaps->rows);
-            return reinterpret_cast<Record*>(reinterpret_cast<char*>(mRecords) + row->offset);
+    const int component = componentIndex(id);
+    if (component < 0) {
+        return nullptr;
+    }
+    const StorageRow* row = mMaps->rows + mMaps->ofComponent[component];
+    if (row->kind != kind || row->id != id) {  // a component of another kind, or one that has a second map
+        row = mMaps->rows + mMaps->begin[static_cast<size_t>(kind)];
+        const StorageRow* const end = mMaps->rows + mMaps->begin[static_cast<size_t>(kind) + 1];
+        while (row != end && row->id != id) {
+            ++row;
+        }
+        if (row == end) {
+            return nullptr;
         }
     }
-    return nullptr;
+    if ((row->robots & mRobot) == 0) {
+        return nullptr;
+    }
+    mRecords->touched |= uint64_t{1} << (row - mMaps->rows);
+    return reinterpret_cast<Record*>(reinterpret_cast<char*>(mRecords) + row->offset);
 }
 
 template <class Record, class Print>

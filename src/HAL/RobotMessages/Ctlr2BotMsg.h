@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "HAL/RobotMessages/CommandRecords.h"
+#include "HAL/RobotMessages/Components.h"
 #include "ZKHAL/ZKExport.h"
 
 namespace HAL {
@@ -52,6 +53,7 @@ struct StorageRow {
 struct StorageMaps {
     const StorageRow* rows;
     uint8_t begin[static_cast<size_t>(RecordKind::Count) + 1];  // first row of each kind
+    uint8_t ofComponent[kComponentCount];                       // a row of each component, where to look first
 };
 
 // What every working record begins with.
