@@ -36,6 +36,8 @@ TEST(CommandMessageTest, ARobotTypeDecidesWhichRecordsExist)
     EXPECT_EQ(message.getRGBStorage(101), nullptr);
     ASSERT_NE(message.getRGBStorage(104), nullptr);
     EXPECT_EQ(message.getRGBStorage(100), message.getRGBStorage(104));
+    message.getRGBStorage(100)->red = 9;
+    EXPECT_EQ(message.getRGBStorage(104)->red, 9);
     EXPECT_EQ(message.getRGBStorage(100)->componentId, ZK_COMPONENT_RGB_104);
     EXPECT_EQ(message.getEyeRingStorage(100)->componentId, ZK_COMPONENT_EYE_RING);
     EXPECT_EQ(message.getEyeRingStorage(104), nullptr);

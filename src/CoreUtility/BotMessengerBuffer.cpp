@@ -646,11 +646,8 @@ Range headRange(uint32_t robotType, bool isPan)
     return rangeOf(robotType == ZK_ROBOT_QUILL ? kQuillHead : kOrvikHead, isPan);
 }
 
-const ParamRow* ParamList::find(const char* key, const ParamRow* hint) const
+const ParamRow* ParamList::find(const char* key) const
 {
-    if (hint != nullptr && hint < rows + count && ZKHAL::isSameText(hint->key, key)) {
-        return hint;
-    }
     for (size_t i = 0; i < count; ++i) {
         if (ZKHAL::isSameText(rows[i].key, key)) {
             return &rows[i];
@@ -736,8 +733,11 @@ void BotMessengerBuffer::_parseParams(const ParamList& list, const nx_json* para
 {
     const ParseContext context = {mRobot, isPan};
     const ParamRow* next = list.rows;
+    const ParamRow* const end = list.rows + list.count;
     for (const nx_json* param = params->child; param != nullptr; param = param->next) {
-        if (const ParamRow* row = list.find(orEmpty(param->key), next)) {
+        const char* key = orEmpty(param->key);
+        const bool inOrder = next != end && ZKHAL::isSameText(next->key, key);  // as the keys mostly come
+        if (const ParamRow* row = inOrder ? next : list.find(key)) {
             row->store(record, *param, context);
             next = row + 1;
         }

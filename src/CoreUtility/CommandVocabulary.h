@@ -43,8 +43,8 @@ struct ParamList {
     const ParamRow* rows;
     size_t count;
 
-    // The row of a key, null if there is none. `hint` is looked at first: keys mostly come in the order of the rows.
-    const ParamRow* find(const char* key, const ParamRow* hint = nullptr) const;
+    // The row of a key, null if there is none.
+    const ParamRow* find(const char* key) const;
 };
 
 /** One parameter of a component: its key, how it is read, and where it goes. */

@@ -344,6 +344,13 @@ public:
                     break;
                 }
             }
+            if (isDigit(*p) && (p[1] == ',' || p[1] == '}' || p[1] == ']')) {  // switches, light numbers, 0 and 1
+                nx_json* node = create(NX_JSON_INTEGER, key);
+                node->int_value = *p - '0';
+                node->dbl_value = *p - '0';
+                ++p;
+                continue;
+            }
             if (isDigit(*p) || *p == '-') {
                 p = readNumber(p, *create(NX_JSON_INTEGER, key));
                 continue;

@@ -1,5 +1,6 @@
 #include "HAL/RobotHardware/RobotHW_rev0.h"
 
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -31,7 +32,7 @@ using ZKHAL::truncate;
 #define ZK_RECORD(field) ZK_AT(field), static_cast<uint16_t>(sizeof(Data::field))
 
 // Sorted by kind, then by id.
-constexpr StorageRow kStorage[] = {
+constexpr StorageRow kStorageTable[] = {
     {RecordKind::NoParams, ZK_COMPONENT_NO_PARAMS_210, ZK_RECORD(noParams210), kWheeledRobots},
     {RecordKind::NoParams, ZK_COMPONENT_NO_PARAMS_212, ZK_RECORD(noParams212), kWheeledRobots},
     {RecordKind::Launcher, ZK_COMPONENT_LAUNCHER_400, ZK_RECORD(launcher400), kWheeledRobots},
@@ -70,9 +71,23 @@ constexpr StorageRow kStorage[] = {
     {RecordKind::Scalar, ZK_COMPONENT_SCALAR_213, ZK_RECORD(scalar213), kWheeledRobots},
     {RecordKind::Scalar, ZK_COMPONENT_SCALAR_214, ZK_RECORD(scalar214), kWheeledRobots},
 };
-constexpr size_t kStorageRows = sizeof kStorage / sizeof kStorage[0];
+constexpr size_t kStorageRows = sizeof kStorageTable / sizeof kStorageTable[0];
+static_assert(kStorageRows <= 64, "each record has a bit in WorkingRecordHeader::touched");
 
-constexpr bool isSorted(const StorageRow (&rows)[kStorageRows])
+constexpr std::array<StorageRow, kStorageRows> withBits(const StorageRow (&table)[kStorageRows])
+{
+    std::array<StorageRow, kStorageRows> rows{};
+    for (size_t i = 0; i < kStorageRows; ++i) {
+        rows[i] = table[i];
+        while (table[rows[i].bit].offset != table[i].offset) {
+            ++rows[i].bit;
+        }
+    }
+    return rows;
+}
+constexpr std::array<StorageRow, kStorageRows> kStorage = withBits(kStorageTable);
+
+constexpr bool isSorted(const std::array<StorageRow, kStorageRows>& rows)
 {
     for (size_t i = 1; i < kStorageRows; ++i) {
         const bool ascending =
@@ -83,12 +98,11 @@ constexpr bool isSorted(const StorageRow (&rows)[kStorageRows])
     }
     return true;
 }
-static_assert(kStorageRows <= 64, "each row has a bit in WorkingRecordHeader::touched");
 static_assert(isSorted(kStorage), "the rows of a kind stand together and in the order of an ordered map");
 
 constexpr StorageMaps storageMaps()
 {
-    StorageMaps maps{kStorage, {}, {}};
+    StorageMaps maps{kStorage.data(), {}, {}};
     size_t row = 0;
     for (size_t kind = 0; kind <= static_cast<size_t>(RecordKind::Count); ++kind) {
         while (row < kStorageRows && static_cast<size_t>(kStorage[row].kind) < kind) {
@@ -118,7 +132,7 @@ RobotSet robotSet(uint32_t robotType)
 }
 
 // Registered under 100, but the record is 104's.
-bool isAlias(const StorageRow& row)
+constexpr bool isAlias(const StorageRow& row)
 {
     return row.kind == RecordKind::RGB && row.id == ZK_COMPONENT_EYE_RING;
 }
@@ -198,15 +212,17 @@ uint64_t userSettingBits(Data& data)
     return !(settings.peyebright > 1.0) ? kBitSettingEyeBrightness : 0;
 }
 
-// The row of a record in kStorage, as a bit of WorkingRecordHeader::touched; 0 for the place of no record.
-constexpr uint64_t touchedBy(size_t record)
+constexpr uint8_t kNoRow = 255;
+
+// The row of a record in kStorage.
+constexpr uint8_t rowOf(size_t record)
 {
     for (size_t row = 0; row < kStorageRows; ++row) {
-        if (kStorage[row].offset == record) {
-            return uint64_t{1} << row;
+        if (kStorage[row].offset == record && !isAlias(kStorage[row])) {
+            return static_cast<uint8_t>(row);
         }
     }
-    return 0;
+    return kNoRow;
 }
 
 struct CommandRow {
@@ -214,10 +230,11 @@ struct CommandRow {
     uint64_t bits;
     uint64_t (*moreBits)(Data&);  // where they depend on the record
     uint16_t record, record2;     // whose isSet flags are set
-    uint64_t touched = touchedBy(record) | touchedBy(record2);
+    uint8_t row = rowOf(record);
+    uint8_t row2 = rowOf(record2);
 };
 
-constexpr uint16_t kNoRecord = ZK_AT(nowhere);
+constexpr uint16_t kNoRecord = ZK_AT(header);  // the header lies there, and no record
 
 constexpr CommandRow kCommands[] = {
     {ZK_COMPONENT_POWER, kBitPower, nullptr, ZK_AT(power), kNoRecord},
@@ -263,12 +280,15 @@ constexpr CommandRow kCommands[] = {
 };
 static_assert(runsBesideComponents(kCommands), "kCommands is found by componentIndex()");
 
-void markSet(Data& data, uint16_t record)
+// Marks a record as commanded, whether this robot registers it or not: it is sent all the same.
+void markSet(Data& data, uint8_t row)
 {
-    // Every record begins with its id and the flag.
-    constexpr size_t kIsSetAt = sizeof(ZKComponentId);
-    static_assert(offsetof(HALEyeRing_t, isSet) == kIsSetAt && offsetof(HALMotorWheel_t, isSet) == kIsSetAt, "");
-    reinterpret_cast<uint8_t*>(&data)[record + kIsSetAt] = 1;
+    if (row != kNoRow) {
+        // Every record begins with its id and the flag.
+        constexpr size_t kIsSetAt = sizeof(ZKComponentId);
+        static_assert(offsetof(HALEyeRing_t, isSet) == kIsSetAt && offsetof(HALMotorWheel_t, isSet) == kIsSetAt, "");
+        static_cast<uint8_t*>(data.header.touch(kStorage[row]))[kIsSetAt] = 1;
+    }
 }
 
 // ---- First-fit packing -----------------------------------------------------------------------------------------
@@ -899,7 +919,7 @@ void RobotHW_rev0::initComponentsForCtlr2BotMsg(Ctlr2BotMsg* message, RobotHW* r
     }
     message->clear();
     const auto& pool = robot->workingRecords();
-    Data* data = pool->take(kStorageMaps, freshData(robots));
+    Data* data = pool->take(freshData(robots));
     if (data != nullptr) {
         message->bindStorage(kStorageMaps, robots, &data->header, pool);
     }
@@ -925,11 +945,9 @@ void RobotHW_rev0::setCommand(void* hwData, unsigned componentId)
     }
     Data& data = *static_cast<Data*>(hwData);
     const CommandRow& row = kCommands[index];
-    const uint64_t bits = row.moreBits != nullptr ? row.moreBits(data) : row.bits;
-    data.commandMask |= bits;
-    data.header.touched |= row.touched;
-    markSet(data, row.record);
-    markSet(data, row.record2);
+    markSet(data, row.row);  // before the bits are asked for: a record that no document filled is fresh
+    markSet(data, row.row2);
+    data.commandMask |= row.moreBits != nullptr ? row.moreBits(data) : row.bits;
 }
 
 std::vector<HALPacket_t*> RobotHW_rev0::packetizeCtlr2BotMsg(Ctlr2BotMsg* message, RobotHW* robot)

@@ -23,9 +23,9 @@ public:
     WorkingRecordPool(const WorkingRecordPool&) = delete;
     WorkingRecordPool& operator=(const WorkingRecordPool&) = delete;
 
-    // Begins a conversion: a record equal to `fresh`, in use until messageIsGone(); null without memory.
-    // `fresh` stands for a kind of robot and lives as long as the process.
-    robot_hw0_cmd_data* take(const StorageMaps& maps, const robot_hw0_cmd_data& fresh);
+    // Begins a conversion: a working record whose records are those of `fresh` when they are first touched, in use
+    // until messageIsGone(); null without memory. `fresh` lives as long as the process.
+    robot_hw0_cmd_data* take(const robot_hw0_cmd_data& fresh);
     void messageIsGone(WorkingRecordHeader* records) override;
 
     // Records held for any reason, for tests.
@@ -36,15 +36,13 @@ public:
 
 private:
     struct Entry {
-        robot_hw0_cmd_data data;          // first: its address is the entry's
-        const robot_hw0_cmd_data* fresh;  // what the untouched parts of data are equal to
+        robot_hw0_cmd_data data;  // first: its address is the entry's
         uint64_t conversion;
         bool messageAlive;
         bool expired;  // no longer in the list below; its message holds it
         Entry* later;
     };
     void retire(Entry* entry);
-    static void renew(Entry& entry, const StorageMaps& maps, const robot_hw0_cmd_data& fresh);
 
     Entry* mOldest = nullptr;  // list of the latest conversions
     Entry* mLatest = nullptr;

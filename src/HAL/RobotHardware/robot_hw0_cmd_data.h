@@ -18,12 +18,8 @@ struct PacketList {
     size_t count;
 };
 
-// Records begin at multiples of this, and are copied in words of this size.
-constexpr size_t kRecordStep = sizeof(uint64_t);
-
 struct robot_hw0_cmd_data {
     WorkingRecordHeader header;
-    uint64_t nowhere;      // takes the flag of a component that has no record
     uint64_t commandMask;  // one bit for each pending command
     HALPacket_t packets[kPacketCount];
 

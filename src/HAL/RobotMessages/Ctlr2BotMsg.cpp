@@ -43,8 +43,7 @@ void Ctlr2BotMsg::bindStorage(const StorageMaps& maps, RobotSet robot, WorkingRe
     }
 }
 
-template <class Record>
-Record* Ctlr2BotMsg::find(RecordKind kind, uint32_t id) const
+void* Ctlr2BotMsg::find(RecordKind kind, uint32_t id) const
 {
     if (mMaps == nullptr) {
         return nullptr;
@@ -67,8 +66,7 @@ Record* Ctlr2BotMsg::find(RecordKind kind, uint32_t id) const
     if ((row->robots & mRobot) == 0) {
         return nullptr;
     }
-    mRecords->touched |= uint64_t{1} << (row - mMaps->rows);
-    return reinterpret_cast<Record*>(reinterpret_cast<char*>(mRecords) + row->offset);
+    return mRecords->touch(*row);
 }
 
 template <class Record, class Print>
@@ -79,7 +77,7 @@ void Ctlr2BotMsg::forEachSet(RecordKind kind, Print print) const
     }
     const auto index = static_cast<size_t>(kind);
     for (size_t i = mMaps->begin[index]; i < mMaps->begin[index + 1]; ++i) {
-        const Record* record = find<Record>(kind, mMaps->rows[i].id);
+        const auto* record = static_cast<const Record*>(find(kind, mMaps->rows[i].id));
         if (record != nullptr && record->isSet != 0) {
             print(*record);
         }
@@ -88,97 +86,97 @@ void Ctlr2BotMsg::forEachSet(RecordKind kind, Print print) const
 
 HALNoParams_t* Ctlr2BotMsg::getNoParamsStorage(uint32_t id) const
 {
-    return find<HALNoParams_t>(RecordKind::NoParams, id);
+    return static_cast<HALNoParams_t*>(find(RecordKind::NoParams, id));
 }
 
 HALLauncher_t* Ctlr2BotMsg::getLauncherStorage(uint32_t id) const
 {
-    return find<HALLauncher_t>(RecordKind::Launcher, id);
+    return static_cast<HALLauncher_t*>(find(RecordKind::Launcher, id));
 }
 
 HALLedMsg_t* Ctlr2BotMsg::getLedMsgStorage(uint32_t id) const
 {
-    return find<HALLedMsg_t>(RecordKind::LedMsg, id);
+    return static_cast<HALLedMsg_t*>(find(RecordKind::LedMsg, id));
 }
 
 HALSpeaker_t* Ctlr2BotMsg::getSpeakerStorage(uint32_t id) const
 {
-    return find<HALSpeaker_t>(RecordKind::Speaker, id);
+    return static_cast<HALSpeaker_t*>(find(RecordKind::Speaker, id));
 }
 
 HALAnim_t* Ctlr2BotMsg::getAnimStorage(uint32_t id) const
 {
-    return find<HALAnim_t>(RecordKind::Anim, id);
+    return static_cast<HALAnim_t*>(find(RecordKind::Anim, id));
 }
 
 HALUserSetting_t* Ctlr2BotMsg::getUserSettingsStorage(uint32_t id) const
 {
-    return find<HALUserSetting_t>(RecordKind::UserSetting, id);
+    return static_cast<HALUserSetting_t*>(find(RecordKind::UserSetting, id));
 }
 
 HALMotorWheel_t* Ctlr2BotMsg::getMotorWheelStorage(uint32_t id) const
 {
-    return find<HALMotorWheel_t>(RecordKind::MotorWheel, id);
+    return static_cast<HALMotorWheel_t*>(find(RecordKind::MotorWheel, id));
 }
 
 HALMotorServo_t* Ctlr2BotMsg::getMotorServoStorage(uint32_t id) const
 {
-    return find<HALMotorServo_t>(RecordKind::MotorServo, id);
+    return static_cast<HALMotorServo_t*>(find(RecordKind::MotorServo, id));
 }
 
 HALLED_t* Ctlr2BotMsg::getLEDStorage(uint32_t id) const
 {
-    return find<HALLED_t>(RecordKind::LED, id);
+    return static_cast<HALLED_t*>(find(RecordKind::LED, id));
 }
 
 HALLED3_t* Ctlr2BotMsg::getLED3Storage(uint32_t id) const
 {
-    return find<HALLED3_t>(RecordKind::LED3, id);
+    return static_cast<HALLED3_t*>(find(RecordKind::LED3, id));
 }
 
 HALRGB_t* Ctlr2BotMsg::getRGBStorage(uint32_t id) const
 {
-    return find<HALRGB_t>(RecordKind::RGB, id);
+    return static_cast<HALRGB_t*>(find(RecordKind::RGB, id));
 }
 
 HALEyeRing_t* Ctlr2BotMsg::getEyeRingStorage(uint32_t id) const
 {
-    return find<HALEyeRing_t>(RecordKind::EyeRing, id);
+    return static_cast<HALEyeRing_t*>(find(RecordKind::EyeRing, id));
 }
 
 HALPower_t* Ctlr2BotMsg::getPowerStorage(uint32_t id) const
 {
-    return find<HALPower_t>(RecordKind::Power, id);
+    return static_cast<HALPower_t*>(find(RecordKind::Power, id));
 }
 
 HALPing_t* Ctlr2BotMsg::getPingStorage(uint32_t id) const
 {
-    return find<HALPing_t>(RecordKind::Ping, id);
+    return static_cast<HALPing_t*>(find(RecordKind::Ping, id));
 }
 
 HALBodyMotionLinearAngular_t* Ctlr2BotMsg::getBodyMotionLinearAngularStorage(uint32_t id) const
 {
-    return find<HALBodyMotionLinearAngular_t>(RecordKind::BodyMotionLinearAngular, id);
+    return static_cast<HALBodyMotionLinearAngular_t*>(find(RecordKind::BodyMotionLinearAngular, id));
 }
 
 HALBodyPose_t* Ctlr2BotMsg::getBodyPoseStorage(uint32_t id) const
 {
-    return find<HALBodyPose_t>(RecordKind::BodyPose, id);
+    return static_cast<HALBodyPose_t*>(find(RecordKind::BodyPose, id));
 }
 
 HALAudioSynth_t* Ctlr2BotMsg::getAudioSynthStorage(uint32_t id) const
 {
-    return find<HALAudioSynth_t>(RecordKind::AudioSynth, id);
+    return static_cast<HALAudioSynth_t*>(find(RecordKind::AudioSynth, id));
 }
 
 HALPamplemousse_t* Ctlr2BotMsg::getPamplemousseStorage(uint32_t id) const
 {
-    return find<HALPamplemousse_t>(RecordKind::Pamplemousse, id);
+    return static_cast<HALPamplemousse_t*>(find(RecordKind::Pamplemousse, id));
 }
 
 HALComponentScalar_t* Ctlr2BotMsg::getScalarStorage(uint32_t id) const
 {
-    return find<HALComponentScalar_t>(RecordKind::Scalar, id);
+    return static_cast<HALComponentScalar_t*>(find(RecordKind::Scalar, id));
 }
 
 void Ctlr2BotMsg::printCommands() const

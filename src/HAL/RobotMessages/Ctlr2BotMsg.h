@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "HAL/RobotMessages/CommandRecords.h"
@@ -35,6 +36,9 @@ enum class RecordKind : uint8_t {
     Count
 };
 
+// Records begin at multiples of this, and are copied in words of this size.
+constexpr size_t kRecordStep = sizeof(uint64_t);
+
 // Kinds of robot, as a set of bits, for tables that differ by robot.
 using RobotSet = uint8_t;
 constexpr RobotSet kOrvik = 1, kPell = 2, kQuill = 4, kOtherRobot = 8;
@@ -47,6 +51,7 @@ struct StorageRow {
     uint16_t offset;
     uint16_t size;
     RobotSet robots;
+    uint8_t bit = 0;  // of WorkingRecordHeader::touched; rows that share a record share the bit
 };
 
 // The maps of all kinds, as rows sorted by kind and then by id; at most 64.
@@ -56,9 +61,25 @@ struct StorageMaps {
     uint8_t ofComponent[kComponentCount];                       // a row of each component, where to look first
 };
 
-// What every working record begins with.
+// What every working record begins with. A conversion touches a few of the records: these are made fresh when they are
+// first asked for, and all others keep what an earlier conversion left in them.
 struct WorkingRecordHeader {
-    uint64_t touched;  // one bit for each row whose record may have been written
+    uint64_t touched;   // the bits of the records that are fresh or belong to this conversion
+    const char* fresh;  // a whole working record as it is before any document
+
+    // The record of a row, ready to be written.
+    void* touch(const StorageRow& row)
+    {
+        char* record = reinterpret_cast<char*>(this) + row.offset;
+        const uint64_t bit = uint64_t{1} << row.bit;
+        if ((touched & bit) == 0) {
+            touched |= bit;
+            for (size_t at = 0; at < row.size; at += kRecordStep) {  // a few words: cheaper than a call
+                std::memcpy(record + at, fresh + row.offset + at, kRecordStep);
+            }
+        }
+        return record;
+    }
 };
 
 // Keeps a message's working record from being used again; released when the message goes.
@@ -125,8 +146,7 @@ public:
     void clear();
 
 private:
-    template <class Record>
-    Record* find(RecordKind kind, uint32_t id) const;
+    void* find(RecordKind kind, uint32_t id) const;
     template <class Record, class Print>
     void forEachSet(RecordKind kind, Print print) const;
 
