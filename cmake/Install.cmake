@@ -14,8 +14,16 @@ install(DIRECTORY include/ZKHAL ${PROJECT_BINARY_DIR}/include/ZKHAL DESTINATION 
 set(ZKHAL_CXX_HEADERS
   CoreUtility/BotMessengerBuffer.h
   CoreUtility/ByteOrder.h
+  CoreUtility/Clock.h
+  CoreUtility/PayloadText.h
   CoreUtility/nx_json.h
   CppEngine/AdvertisementData.h
+  HAL/MessagePacketizers/AbstractPacketizer.h
+  HAL/MessagePacketizers/PacketizerInteraction.h
+  HAL/MessagePacketizers/PacketizerShell.h
+  HAL/RobotHardware/Attitude.h
+  HAL/RobotHardware/Battery.h
+  HAL/RobotHardware/Reflectance.h
   HAL/RobotHardware/RobotHW.h
   HAL/RobotHardware/RobotHW_rev0.h
   HAL/RobotHardware/robot_hw0_cmd_data.h

@@ -28,20 +28,17 @@ const CheckCase kChecks[] = {
     {R"({"106":7})", "1:2: remark: light 106: its value is a number and no object: no parameter is read"},
     {R"({"106":{"brightness":"1"}})", "1:9: remark: \"brightness\" is text: read as 0"},
     {R"({"106":{"brightness":true}})", "1:9: remark: \"brightness\" is true: read as 0"},
-    {R"({"102":{"r":1.5}})", "1:9: remark: \"r\": 1.5 is outside 0 to 1: only the low byte of its level is sent"},
+    {R"({"102":{"r":1.5}})", "1:9: remark: \"r\": 1.5 is outside 0 to 1 and does not arrive whole"},
     {R"({"9000":{"pingID":1e3}})", "1:10: remark: \"pingID\": 1000 is read as the whole number 1"},
     {R"({"106":{"brightness":1,"brightness":0}})", "1:24: remark: \"brightness\" is given twice"},
     {R"({"106":{},"106":{}})", "1:11: remark: light 106 is named twice: later parameters overwrite earlier ones"},
     {R"({"200":{"cm_s":1}})", "1:2: remark: one wheel without the other: nothing is sent to the wheels"},
     {R"({"211":{}})",
-     "1:2: remark: both wheels has no record on robot type 1002: its parameters are ignored, and "
-     "what is sent of it is zero",
+     "1:2: remark: both wheels is no part of a Pell: its parameters are ignored, and what is sent of it is zero",
      ZK_ROBOT_PELL},
-    {R"({"101":{}})",
-     "1:2: remark: colour light 101 has no record on robot type 1001: its parameters are ignored "
-     "and the colour of 104 is sent"},
-    {R"({"450":{}})", "1:2: remark: behaviour start has no record on robot type 1001: nothing is sent"},
-    {R"({"109":{}})", "1:2: remark: light 109 is not accepted on robot type 1001, but is sent all the same"},
+    {R"({"101":{}})", "1:2: remark: colour light 101 has no colour of its own: the colour of 104 is sent"},
+    {R"({"450":{}})", "1:2: remark: behaviour start is no part of an Orvik: nothing is sent"},
+    {R"({"109":{}})", "1:2: remark: light 109 is no part of an Orvik, but is sent all the same"},
     {R"({"300":{"file":"A/B"}})",
      "1:9: remark: \"file\": every \"/\" is dropped\n"
      "1:2: remark: speaker without \"volume\": volume 0 is sent"},
@@ -79,8 +76,20 @@ const CheckCase kChecks[] = {
      "1:9: remark: \"degree\": 121 is outside -120 to 120: it is limited\n"
      "1:22: remark: \"time\" is not sent by head pan\n"
      "1:39: remark: \"prcnt\": 101 is outside -100 to 100: it is limited\n"
-     "1:60: remark: \"pingID\": 70000 is outside 0 to 65535: only its low bits are sent"},
+     "1:60: remark: \"pingID\": 70000 is outside 0 to 65535 and does not arrive whole"},
     {R"({"203":{"degree":121}})", "", ZK_ROBOT_QUILL},
+    {R"({"211":{"left_cm_s":1100,"right_cm_s":0}})",
+     "1:9: remark: \"left_cm_s\": 1100 is outside -1092.2 to 1092.2 and does not arrive whole"},
+    {R"({"205":{"mode":1,"x":900}})", "1:18: remark: \"x\": 900 is outside -819.2 to 819.1 and does not arrive whole"},
+    {R"({"205":{"mode":4,"x":1e6}})", "1:18: remark: \"x\": 1000000 is outside -3276.8 to 3276.7: it is limited"},
+    {R"({"207":{"hold":1,"time":-1}})", "1:18: remark: \"time\": -1 is outside 0 to 163.83 and does not arrive whole"},
+    {R"({"451":{"id":2,"bkup":1}})", "1:16: remark: \"bkup\" is not sent by behaviour stop", ZK_ROBOT_QUILL},
+    {R"({"5000":{"pvolume":2,"peyebright":0.5}})", ""},
+    {R"({"0106":{"brightness":1}})", "1:2: remark: \"0106\" is read as component 106"},
+    {R"({"106":{"brightness":1}})",
+     "1:1: remark: a Rusk takes shell commands only: no command packet means anything to it\n"
+     "1:2: remark: light 106 is no part of a Rusk, but is sent all the same",
+     ZK_ROBOT_RUSK},
     {R"({"204":{"linear_acc_cm_s_s":1}})", "1:2: remark: one acceleration without the other is not sent"},
     {R"({"205":{"mode":3,"ease":1}})", "1:18: remark: \"ease\" is not sent by body pose"},
     {R"({"100":{"brightness":1.5,"index":["1"]}})",
@@ -97,7 +106,7 @@ const CheckCase kChecks[] = {
     {R"({"450":{"id":20},"451":{"id":65535}})", "1:18: refused: \"451\": a behaviour needs an \"id\" other than 65535",
      ZK_ROBOT_QUILL},
     {"7", "1:1: refused: a command document is an object of components, like {\"106\":{\"brightness\":1}}"},
-    {"{", "1:2: refused: not JSON: unexpected chars"},
+    {"{", "1:2: refused: not JSON: the text ends before the document does"},
 };
 
 TEST(CheckTest, Findings)
@@ -115,6 +124,17 @@ TEST(CheckTest, Findings)
         EXPECT_EQ(ZKCheckCommandDocument(c.json, c.robot, nullptr, 0), result);
     }
     EXPECT_EQ(printed.take(), "");
+}
+
+TEST(CheckTest, TooManyFindingsSayThatThereAreMore)
+{
+    std::string json = "{\"106\":{";
+    for (int i = 0; i < 3000; ++i) {
+        json += "\"zzz\":1,";
+    }
+    static char message[1 << 17];
+    EXPECT_EQ(ZKCheckCommandDocument((json + "}}").c_str(), ZK_ROBOT_ORVIK, message, sizeof message), ZK_CHECK_REMARKS);
+    EXPECT_STREQ(std::strrchr(message, '\n'), "\n... and more");
 }
 
 TEST(CheckTest, MessagesAreCutAtACharacter)

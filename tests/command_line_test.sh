@@ -40,13 +40,17 @@ expect "a third packet is marked" 0 "~third packet: json2Packets drops it" "~thi
 printf '%s\n' '{"304":{"perc1":1}}' '' '{"304":{"perc1":1}' '{"304":{"perc1":1}}' >"$dir/lines"
 expect "one document a line, state carries over, a bad one is skipped" 1 \
   $'21 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 01 00\n28 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00' \
-  "$dir/lines:3:19: refused: not JSON: unexpected chars" "$zkhal" encode "$dir/lines"
+  "$dir/lines:3:19: refused: not JSON: the text ends before the document does" "$zkhal" encode "$dir/lines"
 printf '{\n "106": {"brightness": 1}\n}\n' >"$dir/pretty"
 expect "one document over lines" 0 "0D FF" "" "$zkhal" encode "$dir/pretty"
 expect "remarks do not fail" 0 "0D 00" "document:1:9: remark: \"b\" is no parameter of light 106: ignored" \
   "$zkhal" encode '{"106":{"b":1}}'
 expect "check only" 0 "1 document accepted for Orvik (1001)" "" "$zkhal" encode --check '{"106":{"brightness":1}}'
 expect "check refuses" 1 "" "~1:18: refused" "$zkhal" encode --check '{"100":{"index":{"13":1}}}'
+{ printf '{"106":{'; for i in $(seq 3000); do printf '"zzz":1,'; done; printf '}}\n{"106":{"brightness":1}}\n'; } >"$dir/many"
+expect "more findings than are kept" 0 $'0D 00\n0D FF' "~... and more" "$zkhal" encode "$dir/many"
+printf '{"106":{"brightness":1}}\0{"1":{}}\n' >"$dir/zero"
+expect "a zero byte" 1 "" "$dir/zero:1: a zero byte is no text" "$zkhal" encode "$dir/zero"
 expect "no such file" 1 "" "zkhal encode: nowhere.json: No such file or directory" "$zkhal" encode nowhere.json
 expect "a folder" 1 "" "~Is a directory" "$zkhal" encode "$dir"
 expect "standard input" 0 "" "" "$zkhal" encode -
@@ -58,6 +62,24 @@ expect "explain what is cut off" 1 $'0D 7F 01 02\n    light 106: brightness 127/
 expect "explain no hex" 1 "" "zkhal explain: 0D7: a byte has two hex digits" "$zkhal" explain 0D7
 "$zkhal" encode bench/documents/head_eye.json >"$dir/packets" 2>/dev/null
 expect "explain what encode prints" 0 "~ping: id 4660" "" sh -c "'$zkhal' explain <'$dir/packets'"
+
+# Sensors
+hex=0012000800000010000000000000000000000000
+expect "a report given as hex" 0 "~\"z\":0}" "" "$zkhal" decode "$hex"
+expect "pretty" 0 $'~{\n  "tm": 18,\n  "2003": {' "" "$zkhal" decode --pretty "$hex"
+printf '# comment\n\n0.5 %s\n%s zz\n%s%s\n12\n' $hex $hex $hex $hex >"$dir/capture"
+expect "malformed lines are skipped" 1 "~\"5102\"" $'~capture:4: \'z\' is no hex digit' "$zkhal" decode "$dir/capture"
+expect "sizes are told" 1 "~\"tm\"" "~capture:6: a report is one or two packets of 20 bytes, not 1 bytes" \
+  "$zkhal" decode "$dir/capture"
+expect "quality" 0 "~\"tm\"" "~seqNum: 0 seriesCount:   0 packetCount:     1" "$zkhal" decode --quality "$hex"
+expect "a picture" 0 "~\"2002\"" "" "$zkhal" decode --svg "$dir/drive.svg" examples/drive.capture
+grep -q '>Battery<' "$dir/drive.svg" && grep -q '</svg>' "$dir/drive.svg" || { echo "no picture"; failures=$((failures + 1)); }
+"$zkhal" decode examples/drive.capture >"$dir/first"
+"$zkhal" decode examples/drive.capture | cmp -s - "$dir/first" || { echo "captures differ"; failures=$((failures + 1)); }
+expect "no folder for the picture" 1 "~\"tm\"" "~No such file or directory" "$zkhal" decode --svg "$dir/no/x.svg" "$hex"
+expect "an advertisement" 0 $'~"robot": "Orvik"' "" \
+  "$zkhal" advert 03010010070301980A000000A1B2C30005206F6E2033 "Orvik num"
+expect "too long an advertisement" 1 "" "zkhal advert: Unexpected dataLength of 27" "$zkhal" advert "$(printf '00%.0s' $(seq 27))"
 
 expect "help" 0 "~zkhal encode --explain" "" "$zkhal" encode --help
 expect "version" 0 "~zkhal 0." "" "$zkhal" --version

@@ -21,7 +21,8 @@ enum { ZK_STREAM_OUT = 1, ZK_STREAM_ERR = 2 };
  */
 typedef void (*ZKMessageSink)(void* user, int stream, const char* text);
 
-/** Redirects all printed messages to a program that owns its stdout. A null sink restores stdout and stderr. */
+/** Redirects all printed messages, but for the one line of a fatal assertion, to a program that owns its stdout. A null
+ * sink restores stdout and stderr. */
 ZK_API void ZKSetMessageSink(ZKMessageSink sink, void* user);
 
 /**

@@ -2,7 +2,7 @@
  * Checksums and string hashes, hex text, and the two clocks.
  *
  * Null pointers are allowed: null bytes count as no bytes, a null text as an empty one, and a null output is left
- * alone. Nothing here fails.
+ * alone. Nothing here fails but for the lack of memory in ZKPrettyHex().
  */
 #ifndef ZKHAL_UTILITIES_H
 #define ZKHAL_UTILITIES_H

@@ -1,4 +1,4 @@
-/* Component ids: the keys of a command document. */
+/* Component ids: the keys of a command document. Their parameters: docs/command-packets.md. */
 #ifndef ZKHAL_ZKCOMPONENTID_H
 #define ZKHAL_ZKCOMPONENTID_H
 
@@ -41,11 +41,11 @@ enum {
     ZK_COMPONENT_SPEAKER = 300,
     ZK_COMPONENT_ON_ROBOT_ANIM = 301,
     ZK_COMPONENT_AUDIO_SYNTH = 304,
-    ZK_COMPONENT_305 = 305,
+    ZK_COMPONENT_305 = 305, /* known to robots, but no document can fill it: reported as unknown */
     ZK_COMPONENT_LAUNCHER_400 = 400,
     ZK_COMPONENT_LAUNCHER_401 = 401,
     ZK_COMPONENT_LED_MESSAGE = 410,
-    ZK_COMPONENT_PAMPLEMOUSSE_START = 450,
+    ZK_COMPONENT_PAMPLEMOUSSE_START = 450, /* behaviours */
     ZK_COMPONENT_PAMPLEMOUSSE_STOP = 451,
     ZK_COMPONENT_USER_SETTINGS = 5000,
     ZK_COMPONENT_6001 = 6001, /* reported as unknown by the parser, and yet sends the clock to the robot */

@@ -1,9 +1,10 @@
-/* Everything that a host calls. What a host supplies stands apart. */
+/* Everything that a host calls, and (in HostCallbacks.h) what it supplies. */
 #ifndef ZKHAL_ZKHAL_H
 #define ZKHAL_ZKHAL_H
 
 #include "ZKHAL/Diagnostics.h"
 #include "ZKHAL/HALPacket.h"
+#include "ZKHAL/HostCallbacks.h"
 #include "ZKHAL/Translation.h"
 #include "ZKHAL/Translator.h"
 #include "ZKHAL/Utilities.h"

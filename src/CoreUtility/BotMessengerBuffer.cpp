@@ -85,6 +85,7 @@ constexpr ParamList listOf(const ParamRow (&rows)[kCount])
 constexpr ParamList kNoParams = {nullptr, 0};
 
 // What goes over the air whole.
+constexpr Range kWheelRange = {-1092.2, 1092.2};  // cm/s in 16 bits, 30 units each
 constexpr Range kByte = {0, 255}, kWord = {0, 65535}, kTwelveBits = {0, 4095}, kUnit = {0, 1};
 
 // ---- Parameters of each component ------------------------------------------------------------------------------
@@ -157,7 +158,7 @@ constexpr ParamRow kEyeRingParams[] = {
     {"index", ParamView::Mixed, storeEyeLights},
 };
 
-constexpr ParamRow kWheelParams[] = {{"cm_s", ParamView::Real, real<&HALMotorWheel_t::speed>}};
+constexpr ParamRow kWheelParams[] = {{"cm_s", ParamView::Real, real<&HALMotorWheel_t::speed>, kWheelRange}};
 
 struct BothWheels {
     HALMotorWheel_t* left;
@@ -168,11 +169,13 @@ constexpr ParamRow kBothWheelsParams[] = {
     {"left_cm_s", ParamView::Real,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<BothWheels*>(record)->left->speed = value.dbl_value;
-     }},
+     },
+     kWheelRange},
     {"right_cm_s", ParamView::Real,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<BothWheels*>(record)->right->speed = value.dbl_value;
-     }},
+     },
+     kWheelRange},
 };
 
 // How far a head turns, in whole degrees.
@@ -211,11 +214,11 @@ constexpr ParamRow kServoParams[] = {
 };
 
 constexpr ParamRow kBodyMotionParams[] = {
-    {"linear_cm_s", ParamView::Real, real<&HALBodyMotionLinearAngular_t::linearVelocity>},
-    {"angular_cm_s", ParamView::Real, real<&HALBodyMotionLinearAngular_t::angularVelocity>},
-    {"angular_deg_s", ParamView::Real, degrees<&HALBodyMotionLinearAngular_t::angularVelocity>},
-    {"linear_acc_cm_s_s", ParamView::Real, real<&HALBodyMotionLinearAngular_t::linearAcceleration>},
-    {"angular_acc_deg_s_s", ParamView::Real, degrees<&HALBodyMotionLinearAngular_t::angularAcceleration>},
+    {"linear_cm_s", ParamView::Limited, real<&HALBodyMotionLinearAngular_t::linearVelocity>, {-150, 150}},
+    {"angular_cm_s", ParamView::Limited, real<&HALBodyMotionLinearAngular_t::angularVelocity>, {-8, 8}},
+    {"angular_deg_s", ParamView::Limited, degrees<&HALBodyMotionLinearAngular_t::angularVelocity>, {-458.3, 458.3}},
+    {"linear_acc_cm_s_s", ParamView::Limited, real<&HALBodyMotionLinearAngular_t::linearAcceleration>, {0, 1023}},
+    {"angular_acc_deg_s_s", ParamView::Limited, degrees<&HALBodyMotionLinearAngular_t::angularAcceleration>, {0, 3751}},
     {"pose", ParamView::Integer, flag<&HALBodyMotionLinearAngular_t::isPose>},
 };
 
@@ -233,7 +236,7 @@ constexpr ParamRow kBodyPoseParams[] = {
 constexpr char kPercentKey[] = "prcnt";
 constexpr ParamRow kScalarParams[] = {
     {kPercentKey,
-     ParamView::Real,
+     ParamView::Limited,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<HALComponentScalar_t*>(record)->percent = clampReal(value.dbl_value, -100.0, 100.0);
      },
@@ -282,7 +285,7 @@ constexpr ParamRow kSynthParams[] = {
 };
 
 constexpr ParamRow kLauncherParams[] = {
-    {"cm_s", ParamView::Real, levelLimited<&HALLauncher_t::value>, kUnit},
+    {"cm_s", ParamView::Limited, levelLimited<&HALLauncher_t::value>, kUnit},
     {"dir", ParamView::Integer,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<HALLauncher_t*>(record)->value = value.int_value == 1 ? 1 : 2;
@@ -343,8 +346,8 @@ constexpr ParamRow kUserSettingParams[] = {
          ZKHAL::copyToField(settings.name, sizeof settings.name, name, std::strlen(name));
      },
      {0, kRobotNameLength}},
-    {"color", ParamView::Integer, integer<&HALUserSetting_t::colorId>},
-    {"anim", ParamView::Integer, integer<&HALUserSetting_t::animId>},
+    {"color", ParamView::Integer, integer<&HALUserSetting_t::colorId>, {0, 7}},
+    {"anim", ParamView::Integer, integer<&HALUserSetting_t::animId>, {0, 7}},
     {"avatar", ParamView::Integer, integer<&HALUserSetting_t::avatarId>},
     {"pvolume", ParamView::Real, real<&HALUserSetting_t::pvolume>},
     {"peyebright", ParamView::Real, real<&HALUserSetting_t::peyebright>},
@@ -416,7 +419,7 @@ constexpr ParamRow kBehaviourParamRows[] = {
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<BehaviourValues*>(record)->record->commandId = behaviourId(value);
      }},
-    {"weight", ParamView::Real,
+    {"weight", ParamView::Limited,
      [](void* record, const nx_json& value, const ParseContext&) {
          static_cast<BehaviourValues*>(record)->record->weight = levelByte(clampReal(value.dbl_value, 0.0, 1.0));
      },

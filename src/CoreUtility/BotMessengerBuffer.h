@@ -23,7 +23,7 @@ struct ParamList;
 
 /**
  * Translates command documents for one robot. Keeps its working memory for the next document, up to 64 KiB of text
- * and 1024 nodes; what a larger document needed is given back.
+ * and 960 nodes; what a larger document needed is given back.
  */
 class ZK_API BotMessengerBuffer {
 public:

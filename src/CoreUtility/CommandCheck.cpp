@@ -39,7 +39,7 @@ constexpr UnsentKeys kUnsentKeys[] = {
     {ZK_COMPONENT_PAN_207, {"angular_cm_s", "angular_deg_s"}},
     {ZK_COMPONENT_TILT_208, {"degree", "time", "hold"}},
     {ZK_COMPONENT_PAN_209, {"degree", "time", "hold"}},
-    {ZK_COMPONENT_PAMPLEMOUSSE_STOP, {"weight", "params", "amp_deg", "prd_s", "anim", "rpt"}},
+    {ZK_COMPONENT_AUDIO_SYNTH, {"type"}},
 };
 
 // Lines of findings, each with its place in the original text.
@@ -157,8 +157,9 @@ bool isCommandDocument(const char* text, const ZKHAL::JsonDocument& document, co
         const ZKHAL::JsonError& error = document.error();
         const size_t offset = findings.offsetOf(error.at);
         const std::string rest(text + offset, std::strcspn(text + offset, "\r\n"));
-        findings.refuse(offset, formatted("not JSON: %s", error.reason) + (rest.empty() ? "" : " at ") +
-                                    (rest.empty() ? "" : quoted(rest.c_str())));
+        const bool isEnd = text[offset] == '\0';
+        findings.refuse(offset, isEnd ? std::string("not JSON: the text ends before the document does")
+                                      : formatted("not JSON: %s at ", error.reason) + quoted(rest.c_str()));
         return false;
     }
     if (root->type != NX_JSON_OBJECT) {
@@ -196,6 +197,22 @@ bool isNumber(const nx_json& value)
     return value.type == NX_JSON_INTEGER || value.type == NX_JSON_DOUBLE;
 }
 
+std::string robotName(uint32_t robotType)
+{
+    switch (robotType) {
+        case ZK_ROBOT_ORVIK:
+            return "an Orvik";
+        case ZK_ROBOT_PELL:
+            return "a Pell";
+        case ZK_ROBOT_QUILL:
+            return "a Quill";
+        case ZK_ROBOT_RUSK:
+            return "a Rusk";
+        default:
+            return formatted("robot type %u", robotType);
+    }
+}
+
 // Which settings one sub-command carries.
 struct SettingKeys {
     uint64_t bit;
@@ -224,6 +241,9 @@ public:
         mCapture.take();
         if (mMessage.GetHwData() == nullptr) {
             throw std::bad_alloc();
+        }
+        if (mRobot.getRobotType() == ZK_ROBOT_RUSK && root->child != nullptr) {
+            mFindings.remark(0, "a Rusk takes shell commands only: no command packet means anything to it");
         }
         for (const nx_json* member = root->child; member != nullptr; member = member->next) {
             checkComponent(member);
@@ -286,6 +306,9 @@ private:
                                : formatted("%s is no component: ignored", quoted(member->key).c_str()));
         } else {
             const char* name = HAL::kComponentNames[index].name;
+            if (std::to_string(id) != orEmpty(member->key)) {
+                remark(member, formatted("%s is read as component %u", quoted(member->key).c_str(), id));
+            }
             if (mSeen[index]++ == 1) {
                 remark(member, formatted("%s is named twice: later parameters overwrite earlier ones", name));
             }
@@ -320,20 +343,21 @@ private:
         const bool accepted = mRobot.validCommandComponentIndex(static_cast<ZKComponentId>(id));
         mCapture.take();
         if (!accepted) {
-            remark(member, formatted("%s is not accepted on robot type %u, but is sent all the same", name,
-                                     mRobot.getRobotType()));
+            remark(member, formatted("%s is no part of %s, but is sent all the same", name,
+                                     robotName(mRobot.getRobotType()).c_str()));
         }
     }
 
     void remarkWithoutRecord(uint32_t id, const nx_json* member, const char* name)
     {
-        const char* consequence = "its parameters are ignored, and what is sent of it is zero";
         if (id == ZK_COMPONENT_RGB_101) {
-            consequence = "its parameters are ignored and the colour of 104 is sent";
-        } else if (id == ZK_COMPONENT_PAMPLEMOUSSE_START || id == ZK_COMPONENT_PAMPLEMOUSSE_STOP) {
-            consequence = "nothing is sent";
+            remark(member, "colour light 101 has no colour of its own: the colour of 104 is sent");
+            return;
         }
-        remark(member, formatted("%s has no record on robot type %u: %s", name, mRobot.getRobotType(), consequence));
+        const bool isBehaviour = id == ZK_COMPONENT_PAMPLEMOUSSE_START || id == ZK_COMPONENT_PAMPLEMOUSSE_STOP;
+        remark(member, formatted("%s is no part of %s: %s", name, robotName(mRobot.getRobotType()).c_str(),
+                                 isBehaviour ? "nothing is sent"
+                                             : "its parameters are ignored, and what is sent of it is zero"));
     }
 
     void checkParams(const ParamList& list, const nx_json* params, const char* owner)
@@ -371,11 +395,12 @@ private:
                     remark(param, formatted("%s: %g is read as the whole number %lld", key.c_str(), param->dbl_value,
                                             static_cast<long long>(param->int_value)));
                 } else if (!row.range.isEmpty() && !row.range.contains(static_cast<double>(param->int_value))) {
-                    remark(param, formatted("%s: %lld is outside %g to %g: only its low bits are sent", key.c_str(),
+                    remark(param, formatted("%s: %lld is outside %g to %g and does not arrive whole", key.c_str(),
                                             static_cast<long long>(param->int_value), row.range.low, row.range.high));
                 }
                 break;
             case ParamView::Real:
+            case ParamView::Limited:
             case ParamView::Level:
                 checkReal(row, param, key);
                 break;
@@ -396,15 +421,21 @@ private:
 
     void checkReal(const ParamRow& row, const nx_json* param, const std::string& key)
     {
-        const bool isAngle = std::strcmp(row.key, "degree") == 0 && row.range.isEmpty() && mHeadMoves;
+        const bool isAngle = std::strcmp(row.key, "degree") == 0 && mHeadMoves;
         const Range range = isAngle ? headRange(mRobot.getRobotType(), mIsPan) : row.range;
         if (!isNumber(*param)) {
             remark(param, formatted("%s is %s: read as 0", key.c_str(), kindOf(*param)));
-        } else if (!range.isEmpty() && !range.contains(param->dbl_value)) {
-            remark(
-                param,
-                formatted("%s: %g is outside %g to %g: %s", key.c_str(), param->dbl_value, range.low, range.high,
-                          row.view == ParamView::Level ? "only the low byte of its level is sent" : "it is limited"));
+        } else if (!range.isEmpty()) {
+            checkRange(param, range, isAngle || row.view == ParamView::Limited);
+        }
+    }
+
+    void checkRange(const nx_json* param, const Range& range, bool isLimited)
+    {
+        if (!range.contains(param->dbl_value)) {
+            remark(param,
+                   formatted("%s: %.9g is outside %g to %g%s", quoted(param->key).c_str(), param->dbl_value, range.low,
+                             range.high, isLimited ? ": it is limited" : " and does not arrive whole"));
         }
     }
 
@@ -464,7 +495,12 @@ private:
                 remarkUnsent(unsent.id == id ? key : nullptr);
             }
         }
-        if (id == ZK_COMPONENT_BODY_LINEAR_ANGULAR) {
+        if (id == ZK_COMPONENT_PAMPLEMOUSSE_STOP) {
+            for (const nx_json* param = member->child; param != nullptr; param = param->next) {
+                const bool isId = ZKHAL::isSameText(orEmpty(param->key), "id");
+                remarkUnsent(isId || param->key == nullptr ? nullptr : param->key);
+            }
+        } else if (id == ZK_COMPONENT_BODY_LINEAR_ANGULAR) {
             const bool linear = hasMember(member, "linear_acc_cm_s_s");
             const bool angular = hasMember(member, "angular_acc_deg_s_s");
             if (linear != angular) {
@@ -473,9 +509,28 @@ private:
             remarkUnsent(linear && angular ? "pose" : nullptr);
         } else if (id == ZK_COMPONENT_BODY_POSE) {
             const int64_t mode = nx_json_get(member, "mode")->int_value;
+            const bool isLimited = mode == 3 || mode == 4;
             for (const char* key : {"dir", "wrap_theta", "ease"}) {
-                remarkUnsent(mode == 3 || mode == 4 ? key : nullptr);
+                remarkUnsent(isLimited ? key : nullptr);
             }
+            checkRangeOf(member, "x", isLimited ? Range{-3276.8, 3276.7} : Range{-819.2, 819.1}, isLimited);
+            checkRangeOf(member, "y", isLimited ? Range{-3276.8, 3276.7} : Range{-819.2, 819.1}, isLimited);
+            checkRangeOf(member, "degree", isLimited ? Range{-18774, 18774} : Range{-1173, 1172}, isLimited);
+            checkRangeOf(member, "time", {0, 65.535}, true);
+        } else if (id == ZK_COMPONENT_TILT_206 || id == ZK_COMPONENT_PAN_207) {
+            const bool holds = nx_json_get(member, "hold")->int_value != 0;
+            checkRangeOf(member, "time", holds ? Range{0, 163.83} : Range{-32.768, 32.767}, !holds);
+        } else if (id == ZK_COMPONENT_USER_SETTINGS) {
+            checkRangeOf(member, "pvolume", {0, 1e300}, false);
+            checkRangeOf(member, "peyebright", {0, 1e300}, false);
+        }
+    }
+
+    void checkRangeOf(const nx_json* member, const char* key, const Range& range, bool isLimited)
+    {
+        const nx_json* param = nx_json_get(member, key);
+        if (isNumber(*param)) {
+            checkRange(param, range, isLimited);
         }
     }
 
@@ -542,10 +597,15 @@ private:
                     }
                 }
             }
-            if (known && !sent) {
-                remark(param, formatted(anyGivenIsSent ? "\"%s\" is not sent: one message carries one setting"
-                                                       : "\"%s\" is not sent: this value counts as not given",
-                                        param->key));
+            // Above 1 on purpose: that is how the eye brightness is reached.
+            const bool makesWay = std::strcmp(orEmpty(param->key), "pvolume") == 0 && param->dbl_value > 1 &&
+                                  (bits & HAL::kBitSettingEyeBrightness) != 0;
+            if (known && !sent && !makesWay) {
+                const bool isNotGiven = isNumber(*param) && param->int_value >= kSettingNotGiven;
+                remark(param,
+                       formatted(anyGivenIsSent && !isNotGiven ? "\"%s\" is not sent: one message carries one setting"
+                                                               : "\"%s\" is not sent: this value counts as not given",
+                                 param->key));
             }
         }
     }
@@ -574,7 +634,7 @@ private:
                                  "eye brightness is not sent: the combined packet has no place for it");
             }
         }
-        if (mEyeWithoutBrightness != nullptr && eyeBrightnessIsSent) {
+        if (mEyeWithoutBrightness != nullptr && eyeBrightnessIsSent && data().eyeRing.brightness == 0) {
             remark(mEyeWithoutBrightness, "eye ring without \"brightness\": brightness 0 is sent");
         }
         const uint64_t left = data().commandMask & HAL::kWheelBits;

@@ -11,8 +11,11 @@
 
 namespace APICore {
 
-/** How the parser reads a parameter; a value of another kind reads as 0, as "" or as no elements. */
-enum class ParamView : uint8_t { Integer, Real, Level, Text, Object, Array, Mixed };
+/**
+ * How the parser reads a parameter. A value of another kind reads as 0, as "" or as no elements; true reads as 1 for an
+ * integer and as 0 for a real. Limited: reals of which the nearer end is sent when they lie beyond their range.
+ */
+enum class ParamView : uint8_t { Integer, Real, Limited, Level, Text, Object, Array, Mixed };
 
 /** What the parser needs to know beside the value. */
 struct ParseContext {
@@ -52,7 +55,7 @@ struct ParamRow {
     const char* key;
     ParamView view;
     void (*store)(void* record, const nx_json& value, const ParseContext& context);
-    Range range = {};        // what arrives whole: of values, or of a text's length; empty: not limited
+    Range range = {};        // what arrives whole: of values, or of a text's length; empty: depends on more
     ParamList members = {};  // objects: what they are read for
 };
 

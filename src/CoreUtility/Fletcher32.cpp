@@ -4,7 +4,7 @@
 
 namespace {
 
-// The longest run of bytes after which neither sum can have overflowed 32 bits.
+// The sums are folded after this many bytes: what a host compares with was summed in the same blocks.
 constexpr uint32_t kBlockBytes = 359;
 
 void fold(ZKFletcher32_t& state)

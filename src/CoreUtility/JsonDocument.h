@@ -14,7 +14,7 @@ struct JsonError {
     int site = 0;                  // a fixed number of the place in the reader that gave up
     const char* at = nullptr;      // in the parsed text
 
-    // "NXJSON PARSE ERROR (3): invalid number at -x}", on stderr.
+    // "NXJSON PARSE ERROR (6): invalid number at -x}", on stderr.
     void print() const;
 };
 
@@ -32,7 +32,7 @@ public:
     void reset();
 
 private:
-    // Each block is twice as large as the one before; those up to 512 nodes stay, 70 KiB in all.
+    // Each block is twice as large as the one before; those up to 512 nodes stay, 960 nodes in all.
     static constexpr size_t kFirstBlock = 64;
     static constexpr size_t kKeptBlock = 512;
 

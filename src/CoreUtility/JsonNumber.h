@@ -64,7 +64,7 @@ inline const char* readPlainDecimal(const char* text, int64_t& integer, double& 
     if (*text == '-') {
         negative = true;
         ++first;
-        asm("" : "+r"(first));  // a branch, see below
+        asm("" : "+r"(first));  // keeps it a branch, for the same reason
     }
     unsigned digit = digitAt(first);
     if (digit > 9 || (digit == 0 && (digitAt(first + 1) <= 9 || (first[1] | 0x20) == 'x'))) {

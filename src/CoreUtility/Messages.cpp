@@ -163,6 +163,12 @@ std::string formatted(const char* format, ...)
     return std::string(line.text(), line.length());
 }
 
+std::string formattedList(const char* format, va_list arguments)
+{
+    const FormattedText line(format, arguments);
+    return std::string(line.text(), line.length());
+}
+
 MessageCapture::MessageCapture() : mOuter(tCapture)
 {
     tCapture = this;

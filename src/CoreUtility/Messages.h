@@ -1,7 +1,8 @@
-// The one way to print. Lines for people go to stdout or stderr, or to the host's sink, and never depend on the
-// host's locale.
+// The one way to print, but for the last words of a fatal assertion. Lines for people go to stdout or stderr, or to the
+// host's sink, and never depend on the host's locale.
 #pragma once
 
+#include <cstdarg>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -37,5 +38,6 @@ private:
 
 // std::snprintf with a decimal point whatever the locale.
 std::string formatted(const char* format, ...) ZK_PRINTF(1, 2);
+std::string formattedList(const char* format, va_list arguments) ZK_PRINTF(1, 0);
 
 }  // namespace ZKHAL

@@ -46,8 +46,9 @@ typedef struct nx_json {
 typedef int (*nx_json_unicode_encoder)(unsigned codePoint, char* output, char** newOutput);
 
 /**
- * Parses text, which is changed. Returns the root, to be released with nx_json_free(), or null after printing one
- * line "NXJSON PARSE ERROR (site): reason at rest-of-text" on stderr. A null text reads as "".
+ * Parses text, which is changed. Returns the root, to be released with nx_json_free(), or null after printing
+ * "NXJSON PARSE ERROR (site): reason at rest-of-text" on stderr, with all of the rest. A null text reads as "".
+ * Without memory for a node the process ends.
  * Without an encoder, \u escapes stay as they are written.
  */
 ZK_API const nx_json* nx_json_parse(char* text, nx_json_unicode_encoder encoder);

@@ -32,7 +32,7 @@ constexpr FieldLayout littleField32(const char* name, const char* unit, uint8_t 
 
 constexpr char kLevel[] = "/255";
 constexpr double kWheelScale = 1.0 / 30;
-// Of the 24 kHz oscillator: an increment of 2^25 is half a turn a sample.
+// Of the 24 kHz oscillator: an increment of 2^25 is a whole turn a sample.
 constexpr double kIncrementScale = 2.0 * 24000 / (1 << 26);
 
 constexpr FieldLayout kWheelFields[] = {bigField("left", "cm/s", 1, kWheelScale),

@@ -1,4 +1,5 @@
-// Nothing throws through a C function. What can be thrown inside is only the lack of memory.
+// Nothing throws through a C function. What can be thrown inside is the lack of memory, and what a host's C++ sink
+// throws.
 #pragma once
 
 #include <exception>

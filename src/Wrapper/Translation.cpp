@@ -6,7 +6,9 @@
 #include "CoreUtility/BotMessengerBuffer.h"
 #include "CoreUtility/CommandCheck.h"
 #include "CoreUtility/Messages.h"
+#include "CoreUtility/PayloadText.h"
 #include "CoreUtility/Text.h"
+#include "HAL/MessagePacketizers/PacketizerInteraction.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "Wrapper/Boundary.h"
 #include "ZKHAL/HALPacket.h"
@@ -16,6 +18,28 @@ namespace {
 // Created on first use; they live until the process ends, so that a host's own clean-up may still translate.
 HAL::RobotHW* rhw_orvik = nullptr;
 APICore::BotMessengerBuffer* bmb_orvik = nullptr;
+HAL::PacketizerInteraction* pin_gen = nullptr;
+char* jsonBuf = nullptr;
+size_t jsonBufSize = 0;
+
+// The recorded size is one larger than what was asked for, and as much is owned: a request for exactly the recorded
+// size changes nothing.
+void ensureJsonBufferSize(size_t size)
+{
+    if (jsonBufSize < size) {
+        char* larger = new char[size + 1];
+        delete[] jsonBuf;
+        jsonBuf = larger;
+        jsonBufSize = size + 1;
+    }
+}
+
+// The document of the last report, before it is copied for the host. Lives as long as the objects above.
+ZKHAL::PayloadText& reportText()
+{
+    static ZKHAL::PayloadText* const text = new ZKHAL::PayloadText;
+    return *text;
+}
 
 void init()
 {
@@ -25,6 +49,8 @@ void init()
     auto* robot = new HAL::RobotHW;
     robot->_setRobotType(ZK_ROBOT_ORVIK);
     bmb_orvik = new APICore::BotMessengerBuffer(robot);
+    pin_gen = new HAL::PacketizerInteraction;
+    ensureJsonBufferSize(4096);
     rhw_orvik = robot;
 }
 
@@ -49,7 +75,39 @@ bool translate(const char* json, uint8_t* out)
     return true;
 }
 
+const char* decode(const ZKPacketBlock_t& slots)
+{
+    init();
+    HALPacket_t packets[kSlots];
+    size_t count = 0;
+    for (size_t i = 0; i < kSlots; ++i) {
+        const uint8_t* slot = slots.bytes + ZK_SLOT_SIZE * i;
+        if (slot[0] == 0) {
+            continue;
+        }
+        if (slot[0] != HAL_PACKET_SIZE) {
+            ZKHAL::printErr("error: incorrect packetSize: %d\n", slot[0]);
+            ZKHAL::copyToBuffer(jsonBuf, jsonBufSize, "{}", 2);
+            return jsonBuf;
+        }
+        packets[count].length = HAL_PACKET_SIZE;
+        std::memcpy(packets[count].data, slot + 1, HAL_PACKET_SIZE);
+        ++count;
+    }
+    ZKHAL::PayloadText& text = reportText();
+    text.clear();
+    pin_gen->decode(rhw_orvik->getRobotType(), packets, count, text);
+    ensureJsonBufferSize(text.length() + 1);
+    ZKHAL::copyToBuffer(jsonBuf, jsonBufSize, text.data(), text.length());
+    return jsonBuf;
+}
+
 }  // namespace
+
+const char* packets2Json(ZKPacketBlock_t slots)
+{
+    return ZKHAL::guarded(__func__, "{}", [&] { return decode(slots); });
+}
 
 void json2Packets(const char* json, uint8_t* out)
 {

@@ -7,7 +7,9 @@
 #include "CoreUtility/BotMessengerBuffer.h"
 #include "CoreUtility/CommandCheck.h"
 #include "CoreUtility/JsonDocument.h"
+#include "CoreUtility/PayloadText.h"
 #include "CoreUtility/Text.h"
+#include "HAL/MessagePacketizers/PacketizerInteraction.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "Wrapper/Boundary.h"
 
@@ -20,6 +22,8 @@ struct ZKTranslator {
     HAL::RobotHW robot;
     APICore::BotMessengerBuffer buffer;
     std::unique_ptr<ZKHAL::JsonDocument> spareDocument;
+    HAL::PacketizerInteraction sensors;
+    ZKHAL::PayloadText report;
 };
 
 namespace {
@@ -70,6 +74,26 @@ int ZKTranslatorTranslate(ZKTranslator* translator, const char* json, HALPacket_
         *count = written;
     }
     return accepted;
+}
+
+size_t ZKTranslatorDecode(ZKTranslator* translator, const HALPacket_t* packets, size_t count, char* buffer,
+                          size_t bufferSize)
+{
+    ZKHAL::copyToBuffer(buffer, bufferSize, "", 0);
+    if (translator == nullptr) {
+        return 0;
+    }
+    return ZKHAL::guarded(__func__, size_t{0}, [&]() -> size_t {
+        ZKHAL::PayloadText& report = translator->report;
+        report.clear();
+        if (!translator->sensors.decode(translator->robot.getRobotType(), packets, count, report)) {
+            return 0;
+        }
+        if (report.length() < bufferSize) {
+            ZKHAL::copyToBuffer(buffer, bufferSize, report.data(), report.length());
+        }
+        return report.length() + 1;
+    });
 }
 
 void ZKTranslatorHandleDisconnect(ZKTranslator* translator)

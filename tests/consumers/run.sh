@@ -17,6 +17,11 @@ for program in c_consumer cxx_consumer; do
   [ "$("$work/consumer/$program")" = "01 01 2C FE D4" ] || { echo "$program prints something else"; exit 1; }
 done
 
+expected="table: 3 2 robots
+own: id poke 4 timeout
+report: ''"
+[ "$("$work/consumer/host")" = "$expected" ] || { echo "host prints something else"; exit 1; }
+
 # With pkg-config.
 export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig"
 # shellcheck disable=SC2046  # lists of options

@@ -9,5 +9,7 @@ enum ExitStatus { kSuccess = 0, kBadInput = 1, kWrongUse = 2 };
 
 void addEncode(CLI::App& app, int& status);
 void addExplain(CLI::App& app, int& status);
+void addDecode(CLI::App& app, int& status);
+void addAdvert(CLI::App& app, int& status);
 
 }  // namespace zkhal

@@ -1,4 +1,5 @@
 // zkhal encode: command documents to packets.
+#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <iostream>
@@ -83,9 +84,14 @@ std::string placedFindings(const std::string& findings, const std::string& name,
     std::string lines;
     for (size_t begin = 0; begin < findings.size();) {
         const size_t end = std::min(findings.find('\n', begin), findings.size());
-        const size_t colon = findings.find(':', begin);
-        const size_t line = std::stoul(findings.substr(begin, colon - begin)) + firstLine - 1;
-        lines += name + ':' + std::to_string(line) + findings.substr(colon, end - colon) + '\n';
+        size_t line = 0;
+        const auto [rest, error] = std::from_chars(findings.data() + begin, findings.data() + end, line);
+        if (error == std::errc()) {
+            lines +=
+                name + ':' + std::to_string(line + firstLine - 1) + std::string(rest, findings.data() + end) + '\n';
+        } else {  // "... and more" has no place
+            lines += findings.substr(begin, end - begin) + '\n';
+        }
         begin = end + 1;
     }
     return lines;
@@ -125,6 +131,12 @@ int encode(const EncodeOptions& options)
     for (const Document& document : documents) {
         if (options.explain && documents.size() > 1) {
             std::cout << "# " << name << ", line " << document.firstLine << '\n';
+        }
+        if (document.text.find('\0') != std::string::npos) {
+            std::cout.flush();
+            std::cerr << name << ':' << document.firstLine << ": a zero byte is no text\n";
+            status = kBadInput;
+            continue;
         }
         static char findings[128 * 1024];
         const int result = ZKCheckCommandDocument(document.text.c_str(), options.robotType, findings, sizeof findings);
@@ -169,7 +181,7 @@ void addEncode(CLI::App& app, int& status)
         "Examples:\n"
         "  zkhal encode '{\"211\":{\"left_cm_s\":10,\"right_cm_s\":-10}}'\n"
         "  zkhal encode --explain examples/hello.json\n"
-        "  zkhal encode --robot quill --check lesson.jsonl");
+        "  zkhal encode --robot quill --check examples/lesson.jsonl");
     command->callback([options, &status] {
         try {
             status = encode(*options);

@@ -66,7 +66,7 @@ void addExplain(CLI::App& app, int& status)
 {
     auto arguments = std::make_shared<std::vector<std::string>>();
     CLI::App* command = app.add_subcommand("explain", "Read command packets back into words");
-    command->add_option("packets", *arguments, "Packets as hex, one an argument; the bytes of one packet; or - ")
+    command->add_option("packets", *arguments, "Packets as hex, one an argument; the bytes of one packet; or -")
         ->type_name("HEX")
         ->option_text("HEX...|-");
     command->footer(

@@ -18,6 +18,8 @@ int main(int argc, char** argv)
     int status = zkhal::kSuccess;
     zkhal::addEncode(app, status);
     zkhal::addExplain(app, status);
+    zkhal::addDecode(app, status);
+    zkhal::addAdvert(app, status);
 
     try {
         app.parse(argc, argv);

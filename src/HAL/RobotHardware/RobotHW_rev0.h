@@ -28,7 +28,7 @@ using PackTrace = std::vector<PackedCommand>;
 class ZK_API RobotHW_rev0 {
 public:
     /**
-     * Takes a zeroed working record from the description, registers the records of its robot type in the message
+     * Takes a fresh working record from the description, registers the records of its robot type in the message
      * and attaches the record as its hardware data. Without memory nothing is registered and null is attached.
      */
     static void initComponentsForCtlr2BotMsg(Ctlr2BotMsg* message, RobotHW* robot);

@@ -1,4 +1,5 @@
-// The working record of the revision-0 encoder: one per command message.
+// The working record of the revision-0 encoder: one per command message. Reach its records through the message: what
+// no document touched is left over from an earlier conversion.
 #pragma once
 
 #include <cstddef>

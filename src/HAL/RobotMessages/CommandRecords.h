@@ -1,7 +1,7 @@
 // Command records: what the parser writes and the encoder reads, one plain structure per kind of command.
 //
-// Each begins with its component id and a flag; the rest is zero until the parser writes it. Angles are radians
-// (documents give degrees), distances centimetres, times seconds, levels 0 to 255.
+// Each begins with its component id and a flag; the rest is zero when a message hands it out for the first time. Angles
+// are radians (documents give degrees), distances centimetres, times seconds, levels 0 to 255.
 #pragma once
 
 #include <cstdint>

@@ -135,7 +135,10 @@ public:
     HALPamplemousse_t* getPamplemousseStorage(uint32_t id) const;
     HALComponentScalar_t* getScalarStorage(uint32_t id) const;
 
-    /** Prints one line on stdout for each commanded record of the kinds that have one. */
+    /**
+     * Prints the commanded records of most kinds on stdout, a line an entry of a map: the colour of 104 twice, since it
+     * stands under 100 too. The line of a body pose has no end.
+     */
     void printCommands() const;
 
     /** For the encoder: fills the maps. `owner` is told when the message gives `records` up; may be null. */

@@ -1,0 +1,118 @@
+#include "CoreUtility/PayloadText.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace ZKHAL {
+
+namespace {
+
+constexpr double kTenTo[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+
+// Two digits at a time.
+constexpr char kPairs[] =
+    "000102030405060708091011121314151617181920212223242526272829303132333435363738394041424344454647484950515253545556"
+    "57"
+    "585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
+
+// value, below a million, as six digits.
+void writeSixDigits(char* out, uint32_t value)
+{
+    std::memcpy(out, kPairs + 2 * (value / 10000), 2);
+    std::memcpy(out + 2, kPairs + 2 * (value / 100 % 100), 2);
+    std::memcpy(out + 4, kPairs + 2 * (value % 100), 2);
+}
+
+// Positive values from 0.0001 up to a million, which %g writes without an exponent. Null when the sixth digit is too
+// close to a tie to be rounded in double precision.
+char* writePlain(char* out, double value)
+{
+    int whole = 1;  // digits before the point; 0 and below: zeros behind it
+    if (value >= 1) {
+        while (value >= kTenTo[whole]) {
+            ++whole;
+        }
+    } else {
+        whole = value >= 0.1 ? 0 : value >= 0.01 ? -1 : value >= 0.001 ? -2 : -3;
+    }
+    const double scaled = value * kTenTo[6 - whole];
+    auto digits = static_cast<uint32_t>(scaled);
+    const double rest = scaled - digits;
+    constexpr double kDoubt = 1e-6;  // far more than the product can be wrong by
+    if (rest > 0.5 - kDoubt && rest < 0.5 + kDoubt) {
+        return nullptr;
+    }
+    digits += rest > 0.5 ? 1 : 0;
+    if (digits >= 1000000) {  // 9.999999 becomes 10
+        digits = 100000;
+        ++whole;
+        if (whole > 6) {
+            return nullptr;
+        }
+    }
+    char six[6];
+    writeSixDigits(six, digits);
+    int length = 6;
+    while (length > 1 && six[length - 1] == '0') {
+        --length;
+    }
+    if (whole <= 0) {
+        std::memcpy(out, "0.000", 5);
+        out += 2 - whole;
+        std::memcpy(out, six, 6);
+        return out + length;
+    }
+    std::memcpy(out, six, 6);
+    if (length <= whole) {
+        return out + whole;
+    }
+    out[whole] = '.';
+    std::memcpy(out + whole + 1, six + whole, static_cast<size_t>(length - whole));
+    return out + length + 1;
+}
+
+}  // namespace
+
+void PayloadText::appendUnsigned(uint64_t value)
+{
+    constexpr size_t kMost = 20;
+    char* out = reserve(kMost);
+    if (value < 10) {
+        *out = static_cast<char>('0' + value);
+        ++mLength;
+        return;
+    }
+    mLength += static_cast<size_t>(std::to_chars(out, out + kMost, value).ptr - out);
+}
+
+void PayloadText::appendSigned(int64_t value)
+{
+    if (value < 0) {
+        append('-');
+    }
+    appendUnsigned(value < 0 ? uint64_t{0} - static_cast<uint64_t>(value) : static_cast<uint64_t>(value));
+}
+
+void PayloadText::appendReal(double value)
+{
+    constexpr size_t kMost = 32;
+    char* const begin = reserve(kMost);
+    char* out = begin;
+    if (std::signbit(value)) {
+        *out++ = '-';
+        value = -value;
+    }
+    char* end = nullptr;
+    if (value == 0) {
+        *out = '0';
+        end = out + 1;
+    } else if (value >= 0.0001 && value < 999999) {
+        end = writePlain(out, value);
+    }
+    if (end == nullptr) {
+        end = std::to_chars(out, begin + kMost, value, std::chars_format::general, 6).ptr;
+    }
+    mLength += static_cast<size_t>(end - begin);
+}
+
+}  // namespace ZKHAL

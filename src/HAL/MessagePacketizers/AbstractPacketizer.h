@@ -1,0 +1,77 @@
+// Packets to text documents and back: what the packetizers share.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "CoreUtility/nx_json.h"
+#include "CoreUtility/PayloadText.h"
+#include "ZKHAL/HALPacket.h"
+#include "ZKHAL/ZKExport.h"
+
+namespace HAL {
+
+class RobotHW;
+
+/** A packet as it came in: never more than 20 bytes are read of it, whatever its length says. */
+inline size_t packetBytes(const HALPacket_t& packet)
+{
+    constexpr uint32_t kMost = HAL_PACKET_SIZE;
+    return packet.length < kMost ? packet.length : kMost;
+}
+
+/** One packetizer serves one robot: it may keep state from packet to packet. Used by one thread at a time. */
+class ZK_API AbstractPacketizer {
+public:
+    virtual ~AbstractPacketizer();
+
+    /** Packets to a document. payload is replaced; false, and an empty payload, when there is nothing to write. */
+    bool deserializePacketsToPayload(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                                     std::string& payload);
+
+    /**
+     * A JSON document to packets, which are appended. The text is only read. False for a text that is no JSON (with
+     * the reader's line on stderr), and when it makes no packets.
+     */
+    bool serializePayloadToPackets(const RobotHW& robot, const std::string& payload, std::vector<HALPacket_t>& packets);
+
+    virtual bool _serialize(const RobotHW& robot, std::vector<HALPacket_t>& packets, const nx_json* request) = 0;
+    virtual bool _deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                              std::ostringstream& out) = 0;
+
+    /**
+     * Writes one pair of an object: a comma unless it is the first, the key in quotes, a colon and the value. 8-bit
+     * integers are written as numbers, reals with six significant digits, booleans as 1 or 0.
+     */
+    template <class Value>
+    static void addKeyValuePairToPayload(std::ostream& out, const char* key, const Value& value, bool isFirst = false)
+    {
+        ZKHAL::PayloadText text;
+        addKeyValuePairToPayload(text, key, value, isFirst);
+        out.write(text.data(), static_cast<std::streamsize>(text.length()));
+    }
+    /** An array of bytes, as numbers. */
+    static void addKeyValuePairToPayload(std::ostream& out, const char* key, const uint8_t* bytes, size_t count,
+                                         bool isFirst = false);
+
+protected:
+    // The same into the packetizer's own storage.
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, uint8_t value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, int8_t value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, uint16_t value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, int16_t value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, uint32_t value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, int32_t value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, double value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, float value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, bool value, bool isFirst);
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, const uint8_t* bytes, size_t count,
+                                         bool isFirst);
+    static void addKey(ZKHAL::PayloadText& out, const char* key, bool isFirst);
+};
+
+}  // namespace HAL

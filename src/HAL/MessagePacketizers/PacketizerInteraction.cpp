@@ -1,0 +1,563 @@
+#include "HAL/MessagePacketizers/PacketizerInteraction.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "CoreUtility/Assertion.h"
+#include "CoreUtility/Clock.h"
+#include "CoreUtility/Messages.h"
+#include "CoreUtility/Numbers.h"
+#include "CoreUtility/Text.h"
+#include "HAL/MessagePacketizers/RobotTypeOf.h"
+#include "HAL/RobotHardware/Battery.h"
+#include "HAL/RobotHardware/Reflectance.h"
+#include "ZKHAL/Utilities.h"
+#include "ZKHAL/ZKRobotType.h"
+
+namespace HAL {
+
+namespace {
+
+using ZKHAL::kPi;
+using ZKHAL::kTwoPi;
+using ZKHAL::low16;
+using ZKHAL::printOut;
+using Text = ZKHAL::PayloadText;
+
+// ---- Where the fields lie --------------------------------------------------------------------------------------
+
+// A 12-bit value: a low byte, and its high nibble in a byte that it shares.
+struct Split12 {
+    uint8_t low, high, shift;
+};
+
+constexpr int unsigned12(const uint8_t* packet, Split12 at)
+{
+    return packet[at.low] | (packet[at.high] >> at.shift & 0x0F) << 8;
+}
+
+constexpr int signed12(const uint8_t* packet, Split12 at)
+{
+    return (unsigned12(packet, at) ^ 0x800) - 0x800;  // sign is bit 11
+}
+
+constexpr uint16_t little16(const uint8_t* bytes)
+{
+    return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
+}
+
+// First packet of a report.
+constexpr Split12 kTimestamp = {1, 0, 0};
+constexpr Split12 kAccelX = {2, 4, 4}, kAccelY = {3, 4, 0}, kAccelZ = {6, 5, 4};
+constexpr size_t kMicAmplitude = 7;
+constexpr size_t kButtons = 8;  // bits 4 to 7
+constexpr size_t kFlags = 11;
+constexpr int kClapBit = 0, kSoundBit = 1, kKidnapBit = 2, kStallBit = 3, kAnimationBit = 6;
+constexpr size_t kEvent2Data = 12, kEvent2Type = 15, kEvent1Data = 16, kEvent1Type = 19;
+constexpr uint8_t kLongEvent = 0x80;  // in the type of event 1: bytes 12 to 18 are its data
+
+// Second packet.
+constexpr Split12 kGyroYaw = {2, 0, 0}, kGyroPitch = {3, 4, 4}, kGyroRoll = {5, 4, 0};
+constexpr size_t kReflectanceLeft = 6, kReflectanceRight = 7, kReflectanceRear = 8;
+constexpr Split12 kPoseX = {10, 9, 4}, kPoseY = {11, 9, 0};
+constexpr size_t kPoseHeading = 12, kEncoderLeft = 14, kEncoderRight = 16;
+constexpr size_t kHeadHigh = 18, kHeadPanLow = 19;
+
+constexpr int headPan(const uint8_t* packet)
+{
+    return ((packet[kHeadPanLow] | (packet[kHeadHigh] & 1) << 8) ^ 0x100) - 0x100;  // sign is bit 8
+}
+
+constexpr int headTilt(const uint8_t* packet)
+{
+    return ((packet[kHeadHigh] >> 1) ^ 0x40) - 0x40;  // seven bits, sign is bit 6
+}
+
+enum ShortEvent : uint8_t {
+    kNoEvent = 0,
+    kWatermark = 1,
+    kBattery = 2,
+    kNoEvent4 = 4,
+    kBeacon = 5,
+    kSparseClap = 6,
+    kSoundDirection = 8
+};
+enum LongEventType : uint8_t { kBeaconV2 = 129, kPingResponse = 255 };
+
+enum SensorId : uint32_t {
+    kButton0Id = 1000,
+    kHeadPanId = 2000,
+    kHeadTiltId = 2001,
+    kPoseId = 2002,
+    kAccelerometerId = 2003,
+    kGyroId = 2004,
+    kDistanceRightId = 3000,
+    kDistanceLeftId = 3001,
+    kDistanceRearId = 3002,
+    kWheelLeftId = 3003,
+    kWheelRightId = 3004,
+    kMicrophoneId = 3005,
+    kBatteryId = 3006,
+    kBeaconId = 3007,
+    kBeaconV2Id = 3009,
+    kAttitudeId = 3010,
+    kKidnapId = 4001,
+    kStallId = 4002,
+    kSoundId = 4003,
+    kAnimationId = 4006,
+    kRaw0Id = 5101,
+    kRaw1Id = 5102,
+    kPingId = 9000
+};
+
+constexpr int kButtonCount = 4;
+
+// ---- Units -----------------------------------------------------------------------------------------------------
+
+constexpr double gOf(int raw)
+{
+    return raw / 2047.0 * 2;
+}
+
+constexpr double rateOf(int raw)
+{
+    return raw / 2047.0 * 500 * kPi / 180;
+}
+
+constexpr double headDegrees(int raw)
+{
+    return raw / 100.0 * 360 / kTwoPi;
+}
+
+void begin(Text& out, uint32_t componentId)
+{
+    out.append(",\"");
+    out.appendUnsigned(componentId);
+    out.append("\":{");
+}
+
+bool bit(uint8_t byte, int number)
+{
+    return (byte >> number & 1) != 0;
+}
+
+}  // namespace
+
+// What the events of one report add up to.
+struct PacketizerInteraction::Report {
+    uint32_t robotType;
+    uint8_t amplitude;
+    int watermark = -1;  // none
+    int directionDegrees = 0;
+    uint8_t confidence = 0;
+    bool hasSparseClap = false;
+    bool clapChanged = false;
+};
+
+bool PacketizerInteraction::_serialize(const RobotHW&, std::vector<HALPacket_t>&, const nx_json*)
+{
+    printOut("PacketizerInteraction::_serialize() not implemented.");
+    return false;
+}
+
+bool PacketizerInteraction::_deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                                         std::ostringstream& out)
+{
+    Text text;
+    if (!decode(robotTypeOf(robot), packets.data(), packets.size(), text)) {
+        return false;
+    }
+    out.write(text.data(), static_cast<std::streamsize>(text.length()));
+    return true;
+}
+
+bool PacketizerInteraction::decode(uint32_t robotType, const HALPacket_t* packets, size_t count, Text& out)
+{
+    if (packets == nullptr || count == 0) {
+        return false;
+    }
+    const uint8_t* first = packets[0].data;
+    Report report = {robotType, first[kMicAmplitude]};
+
+    out.append('{');
+    addKeyValuePairToPayload(out, "tm", static_cast<uint32_t>(unsigned12(first, kTimestamp)), true);
+    addAccelerometerToPayload(out, gOf(signed12(first, kAccelX)), gOf(signed12(first, kAccelY)),
+                              gOf(signed12(first, kAccelZ)));
+    addRawSensorDataToPayload(out, kRaw0Id, first, HAL_PACKET_SIZE);
+    const uint8_t type1 = first[kEvent1Type];
+    const bool isLong = (type1 & kLongEvent) != 0;
+    if (type1 == kWatermark) {
+        report.watermark = first[kEvent1Data];
+    } else if (!isLong && first[kEvent2Type] == kWatermark) {
+        report.watermark = first[kEvent2Data];
+    }
+    for (int i = 0; i < kButtonCount; ++i) {
+        addButtonToPayload(out, kButton0Id + static_cast<uint32_t>(i), bit(first[kButtons], 4 + i));
+    }
+    if (isLong) {
+        decodeLongEvent(type1, first + kEvent2Data, out);
+    } else {
+        decodeShortEvent(type1, first + kEvent1Data, report, out);
+        decodeShortEvent(first[kEvent2Type], first + kEvent2Data, report, out);
+    }
+    const uint8_t flags = first[kFlags];
+    const bool clapFlag = bit(flags, kClapBit);
+    reportClap(clapFlag, report);
+    addMicrophoneToPayload(out, report.amplitude, report.confidence, report.directionDegrees,
+                           report.hasSparseClap ? report.clapChanged : clapFlag);
+    addFlagToPayload(out, kKidnapId, bit(flags, kKidnapBit));
+    addFlagToPayload(out, kStallId, bit(flags, kStallBit));
+    addFlagToPayload(out, kSoundId, bit(flags, kSoundBit));
+    addFlagToPayload(out, kAnimationId, bit(flags, kAnimationBit));
+    if (count > 1) {
+        decodeSecondPacket(first, packets[1], report, out);
+    }
+    out.append('}');
+    return true;
+}
+
+void PacketizerInteraction::reportClap(bool flag, const Report& report)
+{
+    if (flag && !report.hasSparseClap) {
+        printOut("unexpected: clap flag set but no sparse clap event.\n");
+    } else if (flag && !report.clapChanged) {
+        printOut("clap flag set but sparse clap unchanged: likely packet missed.\n");
+    } else if (!flag && report.clapChanged) {
+        printOut("clap flag not set and sparse clap changed: packet(s) missed!\n");
+    }
+}
+
+void PacketizerInteraction::decodeShortEvent(uint8_t type, const uint8_t* d, Report& report, Text& out)
+{
+    switch (type) {
+        case kNoEvent:
+        case kNoEvent4:
+        case kWatermark:  // taken before
+            return;
+        case kBattery: {
+            const bool isQuill = report.robotType == ZK_ROBOT_QUILL;
+            const int chargeState = d[0] & 3;
+            const bool isCharging = isQuill ? chargeState == 1 || chargeState == 2 : bit(d[0], 7);
+            const auto indicator = static_cast<uint8_t>(isQuill ? d[0] >> 2 & 7 : d[0] & 0x1F);
+            addBatteryToPayload(out, isCharging, Kestrel::batteryLevelForChargeIndicator(report.robotType, indicator),
+                                static_cast<uint16_t>(d[1] | (d[2] & 0x1F) << 8));
+            return;
+        }
+        case kBeacon:
+            addBeaconToPayload(out, static_cast<uint16_t>(d[2] | (d[0] & 0x0F) << 8),
+                               static_cast<uint16_t>(d[1] | (d[0] >> 4) << 8));
+            return;
+        case kSparseClap: {
+            const auto count = static_cast<int8_t>(d[0] & 0x0F);
+            report.hasSparseClap = true;
+            // The first count after construction is no change: nothing is known to compare it with.
+            report.clapChanged = mLastClapCount != -1 && (report.clapChanged || count != mLastClapCount);
+            mLastClapCount = count;
+            return;
+        }
+        case kSoundDirection: {
+            if (report.amplitude == 0) {
+                return;
+            }
+            int direction = ((d[2] & 0x1F) * 16 + (d[1] >> 4)) * 360 / 512;
+            direction -= direction > 180 ? 360 : 0;
+            float quality = static_cast<float>(std::min(std::max((d[0] & 0x0F) - 3, 0), 3)) / 3.0f;
+            if (report.robotType == ZK_ROBOT_ORVIK) {
+                const float share = static_cast<float>(std::min(d[1] & 0x0F, 15)) / 15.0f;
+                quality = quality * share;
+            }
+            const float reliability = static_cast<float>(std::min(d[0] >> 4, 5)) / 5.0f;
+            const float product = quality * reliability;
+            const float level = product * 255.0f;
+            const auto confidence = static_cast<uint8_t>(level);  // 0 to 255
+            if (confidence > 10 && !bit(d[2], 5)) {
+                report.directionDegrees = direction;
+                report.confidence = confidence;
+            }
+            return;
+        }
+        default:
+            printOut("Short sensor event - unrecognized event %d\n", type);
+    }
+}
+
+void PacketizerInteraction::decodeLongEvent(uint8_t type, const uint8_t* e, Text& out)
+{
+    if (type == kPingResponse) {
+        const uint32_t count = uint32_t{little16(e + 2)} | uint32_t{little16(e + 4)} << 16;
+        addPingResponseToPayload(out, little16(e), count);
+        return;
+    }
+    if (type != kBeaconV2) {
+        printOut("Long sensor event - unrecognized event %d\n", type);
+        return;
+    }
+    constexpr uint32_t kTypes[] = {ZK_ROBOT_ORVIK, ZK_ROBOT_PELL, ZK_ROBOT_QUILL};
+    const int typeCode = e[0] & 7;
+    uint32_t robotType = ZK_ROBOT_UNRECOGNISED;
+    if (typeCode < 3) {
+        robotType = kTypes[typeCode];
+    } else {
+        printOut("ERROR: beacon: unhandled robot type: %d\n", typeCode);
+    }
+    const auto robotId = static_cast<uint16_t>(e[0] >> 3 | (e[1] & 3) << 5);
+    const auto dataType = static_cast<uint8_t>(e[1] >> 2 & 3);
+    uint8_t dataBits = 30;
+    if (dataType == 0) {
+        dataBits = 4;
+    } else if (dataType == 1) {
+        dataBits = 12;
+    } else {
+        printOut("ERROR: beacon: unhandled data-type: %d\n", dataType);
+    }
+    const uint32_t data =
+        uint32_t{e[1]} >> 4 | uint32_t{e[2]} << 4 | uint32_t{e[3]} << 12 | static_cast<uint32_t>(e[4] & 0x0F) << 20;
+    const uint8_t receivers[5] = {static_cast<uint8_t>(e[5] >> 1 & 7), static_cast<uint8_t>(e[5] >> 4 & 7),
+                                  static_cast<uint8_t>(e[5] >> 7 | (e[6] & 3) << 1),
+                                  static_cast<uint8_t>(e[6] >> 2 & 7), static_cast<uint8_t>(e[6] >> 5 & 7)};
+    addBeaconV2ToPayload(out, robotType, robotId, dataType, dataBits, data, receivers);
+}
+
+void PacketizerInteraction::decodeSecondPacket(const uint8_t* first, const HALPacket_t& packet, const Report& report,
+                                               Text& out)
+{
+    const uint8_t* second = packet.data;
+    addRawSensorDataToPayload(out, kRaw1Id, second, HAL_PACKET_SIZE);
+    const double roll = rateOf(signed12(second, kGyroRoll));
+    const double pitch = rateOf(signed12(second, kGyroPitch));
+    const double yaw = rateOf(signed12(second, kGyroYaw));
+    addGyroToPayload(out, roll, pitch, yaw);
+    mAttitude.update(gOf(signed12(first, kAccelX)), gOf(signed12(first, kAccelY)), gOf(signed12(first, kAccelZ)), roll,
+                     pitch, yaw);
+    addAttitudeToPayload(out, mAttitude);
+    addDistanceSensorToPayload(out, kDistanceRightId, second[kReflectanceRight]);
+    addDistanceSensorToPayload(out, kDistanceLeftId, second[kReflectanceLeft]);
+    addDistanceSensorToPayload(out, kDistanceRearId, second[kReflectanceRear]);
+    addWheelInfoToPayload(out, kWheelLeftId, mLeft.distance_cm(static_cast<int16_t>(little16(second + kEncoderLeft))));
+    addWheelInfoToPayload(out, kWheelRightId,
+                          mRight.distance_cm(static_cast<int16_t>(little16(second + kEncoderRight))));
+    addHeadAngleToPayload(out, kHeadPanId, headDegrees(headPan(second)));
+    addHeadAngleToPayload(out, kHeadTiltId, -headDegrees(headTilt(second)));
+    const auto heading = static_cast<int16_t>(little16(second + kPoseHeading));
+    addBodyPoseToPayload(out, signed12(second, kPoseX) / 10.0, signed12(second, kPoseY) / 10.0,
+                         heading / 1000.0 / kTwoPi * 360, report.watermark);
+}
+
+double PacketizerInteraction::Wheel::distance_cm(int16_t raw)
+{
+    constexpr int32_t kNotStarted = 0x7FFFFFFF;
+    constexpr int kHalf = 32767;
+    constexpr double kTicksPerTurn = 1200, kDiameter_cm = 7.85;
+    if (wraps == kNotStarted) {
+        wraps = 0;
+    } else {
+        const int step = raw - lastRaw;
+        wraps += step < -kHalf ? 1 : step > kHalf ? -1 : 0;
+    }
+    lastRaw = raw;
+    const int64_t ticks = int64_t{wraps} * 2 * kHalf + raw;
+    return static_cast<double>(ticks) / kTicksPerTurn * kPi * kDiameter_cm;
+}
+
+void PacketizerInteraction::addAccelerometerToPayload(Text& out, double x_g, double y_g, double z_g)
+{
+    begin(out, kAccelerometerId);
+    addKeyValuePairToPayload(out, "x", x_g, true);
+    addKeyValuePairToPayload(out, "y", y_g, false);
+    addKeyValuePairToPayload(out, "z", z_g, false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addRawSensorDataToPayload(Text& out, uint32_t componentId, const uint8_t* bytes,
+                                                      size_t count)
+{
+    begin(out, componentId);
+    addKeyValuePairToPayload(out, "data", bytes, count, true);
+    out.append('}');
+}
+
+void PacketizerInteraction::addButtonToPayload(Text& out, uint32_t componentId, bool isPressed)
+{
+    begin(out, componentId);
+    addKeyValuePairToPayload(out, "s", isPressed, true);
+    out.append('}');
+}
+
+void PacketizerInteraction::addPingResponseToPayload(Text& out, uint16_t pingId, uint32_t count)
+{
+    begin(out, kPingId);
+    addKeyValuePairToPayload(out, "pingID", pingId, true);
+    addKeyValuePairToPayload(out, "pingCount", count, false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addBeaconToPayload(Text& out, uint16_t left, uint16_t right)
+{
+    begin(out, kBeaconId);
+    addKeyValuePairToPayload(out, "dataL", left, true);
+    addKeyValuePairToPayload(out, "dataR", right, false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addBeaconV2ToPayload(Text& out, uint32_t robotType, uint16_t robotId, uint8_t dataType,
+                                                 uint8_t dataBits, uint32_t data, const uint8_t (&receivers)[5])
+{
+    begin(out, kBeaconV2Id);
+    addKeyValuePairToPayload(out, "rbtType", robotType, true);
+    addKeyValuePairToPayload(out, "rbtID", robotId, false);
+    addKeyValuePairToPayload(out, "dataType", dataType, false);
+    addKeyValuePairToPayload(out, "dataLnBits", dataBits, false);
+    addKeyValuePairToPayload(out, "data", data, false);
+    addKeyValuePairToPayload(out, "rcvrs", receivers, sizeof receivers, false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addBatteryToPayload(Text& out, bool isCharging, uint32_t level, uint16_t volts)
+{
+    begin(out, kBatteryId);
+    addKeyValuePairToPayload(out, "chg", isCharging, true);
+    addKeyValuePairToPayload(out, "level", level, false);
+    addKeyValuePairToPayload(out, "volt", volts, false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addMicrophoneToPayload(Text& out, uint8_t amplitude, uint8_t confidence,
+                                                   int directionDegrees, bool isClap)
+{
+    constexpr uint8_t kShownConfidence = 10;
+    begin(out, kMicrophoneId);
+    addKeyValuePairToPayload(out, "amp", amplitude / 255.0, true);
+    if (confidence >= kShownConfidence) {
+        addKeyValuePairToPayload(out, "mictconf", confidence, false);
+        addKeyValuePairToPayload(out, "mictdir", directionDegrees / 180.0 * kPi, false);
+    }
+    addKeyValuePairToPayload(out, "clap", isClap, false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addFlagToPayload(Text& out, uint32_t componentId, bool flag)
+{
+    begin(out, componentId);
+    addKeyValuePairToPayload(out, "flag", flag, true);
+    out.append('}');
+}
+
+void PacketizerInteraction::addGyroToPayload(Text& out, double roll_rad_s, double pitch_rad_s, double yaw_rad_s)
+{
+    begin(out, kGyroId);
+    addKeyValuePairToPayload(out, "r", roll_rad_s, true);
+    addKeyValuePairToPayload(out, "p", pitch_rad_s, false);
+    addKeyValuePairToPayload(out, "y", yaw_rad_s, false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addAttitudeToPayload(Text& out, const AttitudeEstimate& attitude)
+{
+    begin(out, kAttitudeId);
+    addKeyValuePairToPayload(out, "attitudeRoll", 180 * attitude.getRoll() / kPi, true);
+    addKeyValuePairToPayload(out, "attitudePitch", 180 * attitude.getPitch() / kPi, false);
+    addKeyValuePairToPayload(out, "attitudeSlope", 180 * attitude.getSlope() / kPi, false);
+    addKeyValuePairToPayload(out, "rollType", attitude.getRollType(), false);
+    addKeyValuePairToPayload(out, "pitchType", attitude.getPitchType(), false);
+    addKeyValuePairToPayload(out, "slopeType", attitude.getSlopeType(), false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addDistanceSensorToPayload(Text& out, uint32_t componentId, uint8_t reflectance)
+{
+    const bool isKnown = componentId >= kDistanceRightId && componentId <= kDistanceRearId;
+    if (!isKnown) {
+        printOut("error: unknown distance sensor: %d", static_cast<int>(componentId));
+        ZK_ASSERT(isKnown);
+    }
+    constexpr BRReflectanceModel kModels[] = {BRReflectanceRight, BRReflectanceLeft, BRReflectanceRear};
+    const BRReflectanceModel model = kModels[componentId - kDistanceRightId];
+    begin(out, componentId);
+    addKeyValuePairToPayload(out, "cm", BRReflectance::instance().distanceForReflectance(model, reflectance), true);
+    addKeyValuePairToPayload(out, "refl", reflectance, false);
+    out.append('}');
+}
+
+void PacketizerInteraction::addWheelInfoToPayload(Text& out, uint32_t componentId, double distance_cm)
+{
+    begin(out, componentId);
+    addKeyValuePairToPayload(out, "cm", distance_cm, true);
+    out.append('}');
+}
+
+void PacketizerInteraction::addHeadAngleToPayload(Text& out, uint32_t componentId, double angleDegrees)
+{
+    begin(out, componentId);
+    addKeyValuePairToPayload(out, "degree", angleDegrees, true);
+    out.append('}');
+}
+
+void PacketizerInteraction::addBodyPoseToPayload(Text& out, double x_cm, double y_cm, double angleDegrees,
+                                                 int watermark)
+{
+    begin(out, kPoseId);
+    addKeyValuePairToPayload(out, "x", x_cm, true);
+    addKeyValuePairToPayload(out, "y", y_cm, false);
+    addKeyValuePairToPayload(out, "degree", angleDegrees, false);
+    if (watermark >= 0) {
+        addKeyValuePairToPayload(out, "watermark", watermark, false);
+    }
+    out.append('}');
+}
+
+double wallSeconds()
+{
+    return BREpoch();
+}
+
+void PacketizerInteraction::initPacketQualityInfo(packetQualityInfo* info)
+{
+    if (info != nullptr) {
+        *info = {wallSeconds(), 0, -1, 0, 0, 0};
+    }
+}
+
+void PacketizerInteraction::analyzeQuality(packetQualityInfo* info, const unsigned char* data, size_t length,
+                                           char* line, size_t lineSize)
+{
+    if (info == nullptr || data == nullptr || length == 0) {
+        return;
+    }
+    info->packetCount += 1;
+    const int32_t sequence = data[0] >> 4;
+    const double t = wallSeconds() - info->startTime;
+    const int32_t last = info->lastSequence;
+    if (last >= 0) {
+        if (sequence < last) {
+            // The step from 15 to 0 loses nothing.
+            info->seriesCount += 1;
+            info->missCount += 15 - last + sequence;
+        } else if (sequence > last) {
+            info->missCount += sequence - last - 1;
+        } else {
+            info->duplicateCount += 1;
+        }
+    }
+    info->lastSequence = sequence;
+    if (line == nullptr) {
+        return;
+    }
+    const auto sum = static_cast<float>(info->packetCount + info->missCount);
+    const float missRate = static_cast<float>(info->missCount) / sum;
+    const float duplicateRate = static_cast<float>(info->duplicateCount) / sum;
+    const float wrongRate = missRate + duplicateRate;
+    std::string bytes;
+    for (size_t i = 0; i < length; ++i) {
+        bytes += ZKHAL::formatted("%c%02x", i == 0 ? ' ' : ',', data[i]);
+    }
+    const std::string text = ZKHAL::formatted(
+        "t:%3.3f seqNum:%2d seriesCount:%4d packetCount:%6d packetMissCount:%4d missRate:%0.2f%% dupeCount:%4d "
+        "dupeRate:%0.2f%% wrongRate:%0.2f%% data:%s\n",
+        t, sequence, info->seriesCount, info->packetCount, info->missCount, 100 * static_cast<double>(missRate),
+        info->duplicateCount, 100 * static_cast<double>(duplicateRate), 100 * static_cast<double>(wrongRate),
+        bytes.c_str());
+    ZKHAL::copyToBuffer(line, lineSize, text.data(), text.size());
+}
+
+}  // namespace HAL

@@ -1,0 +1,293 @@
+// zkhal decode: captured sensor packets to JSON lines and a picture.
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "CoreUtility/nx_json.h"
+#include "HAL/MessagePacketizers/PacketizerInteraction.h"
+#include "HexText.h"
+#include "Input.h"
+#include "OutputFile.h"
+#include "Picture.h"
+#include "RobotOption.h"
+#include "ZKHAL/ZKHAL.h"
+
+namespace zkhal {
+
+namespace {
+
+struct DecodeOptions {
+    uint32_t robotType = ZK_ROBOT_ORVIK;
+    bool pretty = false;
+    bool quality = false;
+    bool live = false;
+    std::string svg;
+    std::vector<std::string> inputs;
+};
+
+// A line of a capture: a time, and one or two packets.
+struct CaptureLine {
+    bool hasTime = false;
+    double seconds = 0;
+    std::vector<uint8_t> bytes;
+};
+
+constexpr double kReportSeconds = 1.0 / 30;
+
+bool isReportSize(size_t bytes)
+{
+    return bytes == HAL_PACKET_SIZE || bytes == 2 * HAL_PACKET_SIZE;
+}
+
+bool readCaptureLine(const std::string& line, CaptureLine& capture, std::string& problem)
+{
+    if (readHex(line, capture.bytes, problem) && isReportSize(capture.bytes.size())) {
+        return true;
+    }
+    const size_t begin = line.find_first_not_of(" \t");
+    const size_t blank = line.find_first_of(" \t", begin);
+    if (blank != std::string::npos) {
+        const auto [end, error] = std::from_chars(line.data() + begin, line.data() + blank, capture.seconds);
+        std::vector<uint8_t> rest;
+        std::string restProblem;
+        const bool isTime =
+            error == std::errc() && end == line.data() + blank && capture.seconds >= 0 && capture.seconds < 1e9;
+        if (isTime && readHex(line.substr(blank), rest, restProblem) && isReportSize(rest.size())) {
+            capture.bytes = std::move(rest);
+            capture.hasTime = true;
+            return true;
+        }
+        problem = isTime && !restProblem.empty() ? restProblem : problem;
+    }
+    if (problem.empty()) {
+        problem = "a report is one or two packets of 20 bytes, not " + std::to_string(capture.bytes.size()) + " bytes";
+    }
+    return false;
+}
+
+// The library reads the capture's times, so that the same capture gives the same result every time.
+class CaptureClock {
+public:
+    CaptureClock()
+    {
+        static constexpr int64_t kOrigin = 1000000000;  // any: only differences count
+        const ZKClock clock = {this,
+                               [](void* user, int64_t* seconds, int32_t* microseconds) {
+                                   const double time = static_cast<CaptureClock*>(user)->now;
+                                   const auto micro = static_cast<int64_t>(std::llround(time * 1e6));
+                                   *seconds = kOrigin + micro / 1000000;
+                                   *microseconds = static_cast<int32_t>(micro % 1000000);
+                               },
+                               nullptr};
+        ZKSetClock(&clock);
+    }
+    ~CaptureClock()
+    {
+        ZKSetClock(nullptr);
+    }
+    CaptureClock(const CaptureClock&) = delete;
+    CaptureClock& operator=(const CaptureClock&) = delete;
+
+    double now = 0;
+};
+
+// What the picture shows, collected report by report.
+class Recording {
+public:
+    void add(double t, std::string json)
+    {
+        const nx_json* root = nx_json_parse_utf8(json.data());
+        const auto value = [root](const char* component, const char* key) {
+            const nx_json* member = nx_json_get(nx_json_get(root, component), key);
+            return member->type == NX_JSON_NULL ? NAN : member->dbl_value;
+        };
+        path.points.push_back({value("2002", "x"), value("2002", "y")});
+        const auto put = [&](Curve& curve, const char* component, const char* key) {
+            curve.points.push_back({t, value(component, key)});
+        };
+        put(pan, "2000", "degree");
+        put(tilt, "2001", "degree");
+        put(left, "3003", "cm");
+        put(right, "3004", "cm");
+        put(distanceLeft, "3001", "cm");
+        put(distanceRight, "3000", "cm");
+        put(distanceRear, "3002", "cm");
+        put(roll, "3010", "attitudeRoll");
+        put(pitch, "3010", "attitudePitch");
+        put(slope, "3010", "attitudeSlope");
+        if (const double level = value("3006", "level"); level < 9999) {
+            battery.points.push_back({t, level});
+        }
+        nx_json_free(root);
+    }
+
+    std::string draw(const std::string& title)
+    {
+        path.points.erase(std::remove_if(path.points.begin(), path.points.end(),
+                                         [](const Point& point) { return !std::isfinite(point.x); }),
+                          path.points.end());
+        const char kTime[] = "time (s)";
+        return drawPicture(
+            title,
+            {
+                {"Path", "x (cm)", "y (cm)", {path}, true},
+                {"Head", kTime, "angle (degrees)", {pan, tilt}},
+                {"Wheels", kTime, "travelled (cm)", {left, right}},
+                {"Distances", kTime, "to the nearest obstacle (cm)", {distanceLeft, distanceRight, distanceRear}},
+                {"Attitude", kTime, "angle (degrees)", {roll, pitch, slope}},
+                {"Battery", kTime, "level (20 is full)", {battery}},
+            });
+    }
+
+private:
+    static constexpr const char *kBlue = "#1f6fb4", *kOrange = "#d9661f", *kGreen = "#3a8f3a";
+    Curve path{"path", kBlue, {}};
+    Curve pan{"pan", kBlue, {}}, tilt{"tilt", kOrange, {}};
+    Curve left{"left", kBlue, {}}, right{"right", kOrange, {}};
+    Curve distanceLeft{"left", kBlue, {}}, distanceRight{"right", kOrange, {}}, distanceRear{"rear", kGreen, {}};
+    Curve roll{"roll", kBlue, {}}, pitch{"pitch", kOrange, {}}, slope{"slope", kGreen, {}};
+    Curve battery{"battery", kBlue, {}};
+};
+
+// The documents hold no texts, so brackets and commas are structure.
+std::string indented(const std::string& json)
+{
+    std::string out;
+    size_t depth = 0;
+    bool inArray = false;
+    const auto newLine = [&] { out += '\n' + std::string(2 * depth, ' '); };
+    for (const char c : json) {
+        inArray = c == '[' || (inArray && c != ']');
+        depth -= c == '}' ? 1 : 0;
+        if (c == '}') {
+            newLine();
+        }
+        out += c;
+        depth += c == '{' ? 1 : 0;
+        if (c == '{' || (c == ',' && !inArray)) {
+            newLine();
+        }
+        out += c == ':' ? " " : "";
+    }
+    return out;
+}
+
+// Reports given as hex, or the lines of one file.
+std::vector<std::string> captureLines(const std::vector<std::string>& inputs, std::string& name)
+{
+    std::vector<uint8_t> bytes;
+    std::string problem;
+    if (!inputs.empty() && inputs[0] != "-" && readHex(inputs[0], bytes, problem)) {
+        name = "argument";
+        return inputs;
+    }
+    if (inputs.size() > 1) {
+        throw InputError{"one capture at a time, not also " + inputs[1]};
+    }
+    name = inputs.empty() || inputs[0] == "-" ? "stdin" : inputs[0];
+    const std::string text = readInput(inputs.empty() ? "-" : inputs[0]);
+    std::vector<std::string> lines;
+    for (size_t begin = 0; begin < text.size();) {
+        const size_t end = std::min(text.find('\n', begin), text.size());
+        lines.push_back(text.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return lines;
+}
+
+int decode(const DecodeOptions& options)
+{
+    std::string name;
+    const std::vector<std::string> lines = captureLines(options.inputs, name);
+    const std::unique_ptr<CaptureClock> clock = options.live ? nullptr : std::make_unique<CaptureClock>();
+    const std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> translator(
+        ZKTranslatorCreate(options.robotType), ZKTranslatorDestroy);
+    HAL::packetQualityInfo quality{};
+    HAL::PacketizerInteraction::initPacketQualityInfo(&quality);
+    Recording recording;
+    int status = kSuccess;
+    double next = 0;
+    for (size_t number = 1; number <= lines.size(); ++number) {
+        const std::string& line = lines[number - 1];
+        if (line.find_first_not_of(" \t\r") == std::string::npos || line[0] == '#') {
+            continue;
+        }
+        CaptureLine capture;
+        std::string problem;
+        if (!readCaptureLine(line, capture, problem)) {
+            std::cout.flush();
+            std::cerr << name << ':' << number << ": " << problem << '\n';
+            status = kBadInput;
+            continue;
+        }
+        const double t = capture.hasTime ? capture.seconds : next;
+        next = t + kReportSeconds;
+        if (clock != nullptr) {
+            clock->now = t;
+        }
+        HALPacket_t packets[2] = {};
+        const size_t count = capture.bytes.size() / HAL_PACKET_SIZE;
+        for (size_t i = 0; i < count; ++i) {
+            packets[i].length = HAL_PACKET_SIZE;
+            std::memcpy(packets[i].data, capture.bytes.data() + i * HAL_PACKET_SIZE, HAL_PACKET_SIZE);
+            if (options.quality) {
+                char text[400];
+                HAL::PacketizerInteraction::analyzeQuality(&quality, packets[i].data, HAL_PACKET_SIZE, text,
+                                                           sizeof text);
+                std::cerr << text;
+            }
+        }
+        char json[ZK_MAX_REPORT_SIZE];
+        ZKTranslatorDecode(translator.get(), packets, count, json, sizeof json);
+        std::cout << (options.pretty ? indented(json) : json) << '\n';
+        if (!options.svg.empty()) {
+            recording.add(t, json);
+        }
+    }
+    if (!options.svg.empty()) {
+        writeFile(options.svg, recording.draw(robotName(options.robotType) + ": " + name));
+    }
+    return status;
+}
+
+}  // namespace
+
+void addDecode(CLI::App& app, int& status)
+{
+    auto options = std::make_shared<DecodeOptions>();
+    CLI::App* command = app.add_subcommand("decode", "Turn captured sensor packets into JSON and a picture");
+    addRobotOption(*command, options->robotType);
+    command->add_flag("--pretty", options->pretty, "Indent the documents");
+    command->add_flag("--quality", options->quality, "A line about lost and repeated packets for each, on stderr");
+    command->add_flag("--live", options->live, "Take the wall clock for the time of each report");
+    command->add_option("--svg", options->svg, "Draw the whole stream into a picture")->type_name("FILE");
+    command->add_option("input", options->inputs, "A capture, - for standard input, or reports as hex")
+        ->type_name("FILE|-|HEX")
+        ->option_text("FILE|-|HEX...");
+    command->footer(
+        "Each line of a capture is a report: 40 or 80 hex digits (one or two packets), with an optional time in "
+        "seconds\n"
+        "before it. Without times a report lasts 1/30 s. Lines that begin with # are comments. A malformed line is\n"
+        "reported with its number and skipped (exit status 1).\n\n"
+        "Examples:\n"
+        "  zkhal decode examples/drive.capture\n"
+        "  zkhal decode --svg drive.svg examples/drive.capture >drive.jsonl\n"
+        "  zkhal decode --pretty 0012000800000010000000000000000000000000");
+    command->callback([options, &status] {
+        try {
+            status = decode(*options);
+        } catch (const InputError& problem) {
+            std::cerr << "zkhal decode: " << problem.message << '\n';
+            status = kBadInput;
+        }
+    });
+}
+
+}  // namespace zkhal

@@ -1,0 +1,212 @@
+#include "Picture.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+namespace zkhal {
+
+namespace {
+
+constexpr double kWidth = 480, kHeight = 300;                                   // of a chart
+constexpr double kLeft = 62, kRight = 16, kTop = 40, kBottom = 44, kHead = 44;  // margins
+constexpr int kColumns = 2;
+constexpr int kTicks = 5;
+
+std::string number(double value)
+{
+    char text[32];
+    return std::string(text, std::to_chars(text, text + sizeof text, value, std::chars_format::general, 5).ptr);
+}
+
+std::string escaped(const std::string& text)
+{
+    std::string out;
+    for (const char c : text) {
+        out += c == '<' ? "&lt;" : c == '&' ? "&amp;" : c == '>' ? "&gt;" : std::string(1, c);
+    }
+    return out;
+}
+
+struct Axis {
+    double low, high, step;
+};
+
+// Round numbers around the values, with about kTicks steps.
+Axis axisFor(double low, double high)
+{
+    if (!(high > low)) {
+        low -= 1;
+        high += 1;
+    }
+    const double raw = (high - low) / kTicks;
+    const double magnitude = std::pow(10, std::floor(std::log10(raw)));
+    double step = magnitude * 10;
+    for (const double factor : {1.0, 2.0, 5.0}) {
+        if (raw <= magnitude * factor) {
+            step = magnitude * factor;
+            break;
+        }
+    }
+    return {std::floor(low / step) * step, std::ceil(high / step) * step, step};
+}
+
+class Frame {
+public:
+    Frame(const Chart& chart, double x, double y) : mX(x + kLeft), mY(y + kTop)
+    {
+        double lowX = INFINITY, highX = -INFINITY, lowY = INFINITY, highY = -INFINITY;
+        for (const Curve& curve : chart.curves) {
+            for (const Point& point : curve.points) {
+                if (std::isfinite(point.x) && std::isfinite(point.y)) {
+                    lowX = std::min(lowX, point.x);
+                    highX = std::max(highX, point.x);
+                    lowY = std::min(lowY, point.y);
+                    highY = std::max(highY, point.y);
+                }
+            }
+        }
+        isEmpty = !(lowX <= highX);
+        if (isEmpty) {
+            lowX = lowY = 0;
+            highX = highY = 1;
+        }
+        if (chart.isMap) {
+            constexpr double kMargin = 1.15;
+            const double span = std::max({highX - lowX, (highY - lowY) * kPlotWidth / kPlotHeight, 10.0}) / 2 * kMargin;
+            const double middleX = (lowX + highX) / 2, middleY = (lowY + highY) / 2;
+            lowX = middleX - span;
+            highX = middleX + span;
+            lowY = middleY - span * kPlotHeight / kPlotWidth;
+            highY = middleY + span * kPlotHeight / kPlotWidth;
+            mAxisX = {lowX, highX, axisFor(lowX, highX).step};
+            mAxisY = {lowY, highY, axisFor(lowX, highX).step};
+        } else {
+            mAxisX = axisFor(lowX, highX);
+            mAxisX.low = lowX;
+            mAxisX.high = highX > lowX ? highX : lowX + 1;
+            mAxisY = axisFor(lowY, highY);
+        }
+    }
+
+    static constexpr double kPlotWidth = kWidth - kLeft - kRight, kPlotHeight = kHeight - kTop - kBottom;
+    bool isEmpty;
+
+    double x(double value) const
+    {
+        return mX + (value - mAxisX.low) / (mAxisX.high - mAxisX.low) * kPlotWidth;
+    }
+    double y(double value) const
+    {
+        return mY + kPlotHeight - (value - mAxisY.low) / (mAxisY.high - mAxisY.low) * kPlotHeight;
+    }
+
+    std::string drawAxes(const Chart& chart) const
+    {
+        std::string svg = "<rect class='plot' x='" + number(mX) + "' y='" + number(mY) + "' width='" +
+                          number(kPlotWidth) + "' height='" + number(kPlotHeight) + "'/>\n";
+        for (double v = std::ceil(mAxisX.low / mAxisX.step) * mAxisX.step; v <= mAxisX.high + 1e-9; v += mAxisX.step) {
+            svg += line(x(v), mY, x(v), mY + kPlotHeight, "grid") +
+                   text(x(v), mY + kPlotHeight + 15, "tick", "middle", number(std::fabs(v) < 1e-9 ? 0 : v));
+        }
+        for (double v = std::ceil(mAxisY.low / mAxisY.step) * mAxisY.step; v <= mAxisY.high + 1e-9; v += mAxisY.step) {
+            svg += line(mX, y(v), mX + kPlotWidth, y(v), "grid") +
+                   text(mX - 6, y(v) + 4, "tick", "end", number(std::fabs(v) < 1e-9 ? 0 : v));
+        }
+        svg += text(mX + kPlotWidth / 2, mY + kPlotHeight + 32, "label", "middle", chart.xLabel);
+        const std::string at = number(mX - 46) + ' ' + number(mY + kPlotHeight / 2);
+        svg += "<text class='label' text-anchor='middle' transform='translate(" + at + ") rotate(-90)'>" +
+               escaped(chart.yLabel) + "</text>\n";
+        svg += text(mX, mY - 10, "title", "start", chart.title);
+        return svg;
+    }
+
+    std::string drawLegend(const Chart& chart) const
+    {
+        std::string svg;
+        double right = mX + kPlotWidth;
+        for (auto curve = chart.curves.rbegin(); curve != chart.curves.rend() && chart.curves.size() > 1; ++curve) {
+            svg += text(right, mY - 10, "tick", "end", curve->name);
+            right -= 7.0 * static_cast<double>(curve->name.size()) + 4;
+            svg += std::string("<path stroke='") + curve->color + "' d='M" + number(right - 14) + ' ' +
+                   number(mY - 14) + "h14'/>\n";
+            right -= 24;
+        }
+        return svg;
+    }
+
+    static std::string line(double x1, double y1, double x2, double y2, const char* cls)
+    {
+        return std::string("<path class='") + cls + "' d='M" + number(x1) + ' ' + number(y1) + 'L' + number(x2) + ' ' +
+               number(y2) + "'/>\n";
+    }
+    static std::string text(double x, double y, const char* cls, const char* anchor, const std::string& words)
+    {
+        return std::string("<text class='") + cls + "' text-anchor='" + anchor + "' x='" + number(x) + "' y='" +
+               number(y) + "'>" + escaped(words) + "</text>\n";
+    }
+
+private:
+    double mX, mY;
+    Axis mAxisX{}, mAxisY{};
+};
+
+std::string drawCurve(const Frame& frame, const Curve& curve)
+{
+    std::string path;
+    bool isDown = false;
+    for (const Point& point : curve.points) {
+        const bool isFinite = std::isfinite(point.x) && std::isfinite(point.y);
+        if (isFinite) {
+            path += (isDown ? 'L' : 'M') + number(frame.x(point.x)) + ' ' + number(frame.y(point.y));
+        }
+        isDown = isFinite;
+    }
+    return std::string("<path stroke='") + curve.color + "' d='" + path + "'/>\n";
+}
+
+std::string drawChart(const Chart& chart, double x, double y)
+{
+    const Frame frame(chart, x, y);
+    std::string svg = frame.drawAxes(chart) + frame.drawLegend(chart);
+    for (const Curve& curve : chart.curves) {
+        svg += drawCurve(frame, curve);
+        if (chart.isMap && !curve.points.empty()) {
+            const Point& begin = curve.points.front();
+            const Point& end = curve.points.back();
+            svg += "<circle class='begin' r='5' cx='" + number(frame.x(begin.x)) + "' cy='" + number(frame.y(begin.y)) +
+                   "'/>\n<circle class='end' r='5' cx='" + number(frame.x(end.x)) + "' cy='" + number(frame.y(end.y)) +
+                   "'/>\n" + Frame::text(frame.x(begin.x) + 8, frame.y(begin.y) - 6, "tick", "start", "start") +
+                   Frame::text(frame.x(end.x) + 8, frame.y(end.y) + 14, "tick", "start", "end");
+        }
+    }
+    if (frame.isEmpty) {
+        svg += Frame::text(x + kWidth / 2, y + kHeight / 2, "label", "middle", "nothing was reported");
+    }
+    return svg;
+}
+
+}  // namespace
+
+std::string drawPicture(const std::string& title, const std::vector<Chart>& charts)
+{
+    const int rows = (static_cast<int>(charts.size()) + kColumns - 1) / kColumns;
+    const std::string width = number(kColumns * kWidth), height = number(kHead + rows * kHeight);
+    std::string svg = "<svg xmlns='http://www.w3.org/2000/svg' width='" + width + "' height='" + height +
+                      "' viewBox='0 0 " + width + ' ' + height +
+                      "' font-family='sans-serif'>\n"
+                      "<style>path{fill:none;stroke-width:1.6;stroke-linejoin:round}.grid{stroke:#e4e4e4;"
+                      "stroke-width:1}.plot{fill:#fff;stroke:#999}text{fill:#222}.tick{font-size:11px}"
+                      ".label{font-size:12px}.title{font-size:13px;font-weight:bold}"
+                      ".begin{fill:#fff;stroke:#222;stroke-width:2}.end{fill:#222}</style>\n"
+                      "<rect width='100%' height='100%' fill='#fafafa'/>\n"
+                      "<text x='16' y='28' font-size='18' font-weight='bold'>" +
+                      escaped(title) + "</text>\n";
+    for (size_t i = 0; i < charts.size(); ++i) {
+        svg += drawChart(charts[i], kWidth * static_cast<double>(i % kColumns),
+                         kHead + kHeight * static_cast<double>(i / kColumns));
+    }
+    return svg + "</svg>\n";
+}
+
+}  // namespace zkhal

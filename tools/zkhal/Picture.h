@@ -1,0 +1,29 @@
+// Charts as one self-contained SVG picture.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace zkhal {
+
+struct Point {
+    double x, y;
+};
+
+struct Curve {
+    std::string name;
+    const char* color;
+    std::vector<Point> points;  // a point that is not finite interrupts the line
+};
+
+struct Chart {
+    std::string title;
+    std::string xLabel, yLabel;  // with their units
+    std::vector<Curve> curves;
+    bool isMap = false;  // one scale for both axes, begin and end marked
+};
+
+// A title over a grid of charts, two in a row.
+std::string drawPicture(const std::string& title, const std::vector<Chart>& charts);
+
+}  // namespace zkhal
