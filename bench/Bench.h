@@ -23,4 +23,7 @@ void addCommandBenchmarks();
 void addRapidJsonBenchmarks();
 void addSimdjsonBenchmarks();
 
+// One sensor report, and its numbers and texts written by the standard library.
+void addSensorBenchmarks();
+
 }  // namespace bench

@@ -321,6 +321,12 @@ TEST_F(SensorTest, TooSmallABufferStaysEmpty)
     const size_t needed = ZKTranslatorDecode(translator, &packet, 1, small, sizeof small);
     EXPECT_GT(needed, sizeof small);
     EXPECT_STREQ(small, "");
+    packet.length = 0;
+    EXPECT_EQ(ZKTranslatorDecode(translator, &packet, 1, small, sizeof small), 0u);
+    packet = {1, {0, 77}};  // a byte behind its length is not read
+    char json[ZK_MAX_REPORT_SIZE];
+    ZKTranslatorDecode(translator, &packet, 1, json, sizeof json);
+    EXPECT_EQ(std::string(json).substr(0, 8), "{\"tm\":0,");
     EXPECT_EQ(ZKTranslatorDecode(translator, nullptr, 1, small, sizeof small), 0u);
     EXPECT_EQ(ZKTranslatorDecode(nullptr, &packet, 1, nullptr, 0), 0u);
 }
@@ -376,9 +382,11 @@ TEST_F(SensorTest, PairsOnAStream)
     AbstractPacketizer::addKeyValuePairToPayload(out, "b", int16_t{-5});
     AbstractPacketizer::addKeyValuePairToPayload(out, "c", 1.5);
     AbstractPacketizer::addKeyValuePairToPayload(out, "d", true);
+    AbstractPacketizer::addKeyValuePairToPayload(out, "d", static_cast<char>(-1));
+    HAL::PacketizerInteraction::addWheelInfoToPayload(out, 3003u, 2.5);
     const uint8_t bytes[] = {1, 255};
     AbstractPacketizer::addKeyValuePairToPayload(out, "e", bytes, 2);
-    EXPECT_EQ(out.str(), R"("a":200,"b":-5,"c":1.5,"d":1,"e":[1,255])");
+    EXPECT_EQ(out.str(), R"("a":200,"b":-5,"c":1.5,"d":1,"d":255,"3003":{"cm":2.5},"e":[1,255])");
 }
 
 TEST_F(SensorTest, PacketQuality)

@@ -71,6 +71,10 @@ printf '# comment\n\n0.5 %s\n%s zz\n%s%s\n12\n' $hex $hex $hex $hex >"$dir/captu
 expect "malformed lines are skipped" 1 "~\"5102\"" $'~capture:4: \'z\' is no hex digit' "$zkhal" decode "$dir/capture"
 expect "sizes are told" 1 "~\"tm\"" "~capture:6: a report is one or two packets of 20 bytes, not 1 bytes" \
   "$zkhal" decode "$dir/capture"
+expect "a time before a packet that is cut off" 1 "" "~not 19 bytes" "$zkhal" decode "10 ${hex:2}"
+expect "bytes in pairs" 0 "~\"tm\":18" "" "$zkhal" decode "$(echo $hex | sed 's/../& /g')"
+expect "a name that is cut off" 0 '~"name": "\ufffd(' "" "$zkhal" advert 0301 $'\xc3\x28'
+[ "$( (echo $hex; sleep 0.3; echo $hex) | "$zkhal" decode --live - | head -n 1 | wc -l)" = 1 ] || { echo "live"; failures=$((failures + 1)); }
 expect "quality" 0 "~\"tm\"" "~seqNum: 0 seriesCount:   0 packetCount:     1" "$zkhal" decode --quality "$hex"
 expect "a picture" 0 "~\"2002\"" "" "$zkhal" decode --svg "$dir/drive.svg" examples/drive.capture
 grep -q '>Battery<' "$dir/drive.svg" && grep -q '</svg>' "$dir/drive.svg" || { echo "no picture"; failures=$((failures + 1)); }

@@ -35,7 +35,7 @@ ZK_API void ZKDidCompleteShellCommand(const char* robotId, const char* command, 
 ZK_API void ZKDidFailShellCommand(const char* robotId, const char* command, ZKErrorCode code, const char* message);
 
 /**
- * Log lines: verbose, debug, information, warning, error. The text has no line end of its own.
+ * Log lines: verbose, debug, information, warning, error. A few of the library's end in a line end, most do not.
  * The defaults print "message from API: " and then the first argument where the format's first conversion is %s, and
  * the formatted text otherwise.
  */
@@ -54,7 +54,7 @@ typedef enum ZKLogSeverity {
 } ZKLogSeverity;
 
 typedef struct ZKHostCallbacks {
-    size_t size; /* sizeof(ZKHostCallbacks) of the host's build: entries beyond it count as absent */
+    size_t size; /* sizeof(ZKHostCallbacks) of the host's build: entries not wholly inside count as absent */
     void* user;  /* passed first to each entry */
     void (*transmit)(void* user, const char* robotId, const char* channelUuid, const HALPacket_t** packets,
                      size_t count);

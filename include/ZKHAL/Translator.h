@@ -49,9 +49,10 @@ ZK_API int ZKTranslatorTranslate(ZKTranslator* translator, const char* json, HAL
 enum { ZK_MAX_REPORT_SIZE = 2048 };
 
 /**
- * Decodes one sensor report of one or two packets into a JSON document; a length above 20 counts as 20.
+ * Decodes one sensor report of one or two packets into a JSON document.
  *
- * packets, count   the report in order; packets beyond the second are not looked at.
+ * packets, count   the report in order. A packet of length 0 is left out, a length above 20 counts as 20, and bytes
+ *                  that a shorter packet lacks count as zero. Packets beyond the second are not looked at.
  * buffer           receives the document and a NUL; ZK_MAX_REPORT_SIZE bytes always suffice. May be null.
  * bufferSize       when it is too small, the buffer receives "". The report has been taken all the same.
  *

@@ -84,7 +84,18 @@ ZK_REPLACEABLE void ZKDidFailShellCommand(const char* robotId, const char* comma
 void ZKSetHostCallbacks(const ZKHostCallbacks* callbacks)
 {
     gCallbacks = {sizeof(ZKHostCallbacks), nullptr, nullptr, nullptr, nullptr, nullptr};
-    if (callbacks != nullptr) {
-        std::memcpy(&gCallbacks, callbacks, callbacks->size < sizeof gCallbacks ? callbacks->size : sizeof gCallbacks);
+    if (callbacks == nullptr) {
+        return;
     }
+// An entry counts when the host's struct holds all of it.
+#define ZK_TAKE(entry)                                                                          \
+    if (callbacks->size >= offsetof(ZKHostCallbacks, entry) + sizeof(ZKHostCallbacks::entry)) { \
+        gCallbacks.entry = callbacks->entry;                                                    \
+    }
+    ZK_TAKE(user)
+    ZK_TAKE(transmit)
+    ZK_TAKE(completed)
+    ZK_TAKE(failed)
+    ZK_TAKE(log)
+#undef ZK_TAKE
 }

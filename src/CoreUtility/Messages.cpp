@@ -52,7 +52,8 @@ ZK_PRINTF(3, 0) int formatSimple(char* text, size_t size, const char* format, va
         }
         ++p;
         if (*p == 's') {
-            const char* word = va_arg(arguments, const char*);
+            const char* given = va_arg(arguments, const char*);
+            const char* word = given != nullptr ? given : "(null)";  // as the C library says it
             const size_t length = std::strlen(word);
             if (length > static_cast<size_t>(end - out)) {
                 return -1;

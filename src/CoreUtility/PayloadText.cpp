@@ -1,5 +1,6 @@
 #include "CoreUtility/PayloadText.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -15,6 +16,26 @@ constexpr char kPairs[] =
     "57"
     "585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
 
+// The digits of a byte, and how many there are.
+struct ByteText {
+    char digits[3];
+    uint8_t length;
+};
+constexpr std::array<ByteText, 256> kBytes = [] {
+    std::array<ByteText, 256> texts{};
+    for (int value = 0; value < 256; ++value) {
+        ByteText& text = texts[static_cast<size_t>(value)];
+        if (value >= 100) {
+            text.digits[text.length++] = static_cast<char>('0' + value / 100);
+        }
+        if (value >= 10) {
+            text.digits[text.length++] = static_cast<char>('0' + value / 10 % 10);
+        }
+        text.digits[text.length++] = static_cast<char>('0' + value % 10);
+    }
+    return texts;
+}();
+
 // value, below a million, as six digits.
 void writeSixDigits(char* out, uint32_t value)
 {
@@ -27,13 +48,11 @@ void writeSixDigits(char* out, uint32_t value)
 // close to a tie to be rounded in double precision.
 char* writePlain(char* out, double value)
 {
-    int whole = 1;  // digits before the point; 0 and below: zeros behind it
+    int whole = 0;  // digits before the point; 0 and below: zeros behind it
     if (value >= 1) {
-        while (value >= kTenTo[whole]) {
-            ++whole;
-        }
+        whole = 1 + (value >= 10) + (value >= 100) + (value >= 1000) + (value >= 10000) + (value >= 100000);
     } else {
-        whole = value >= 0.1 ? 0 : value >= 0.01 ? -1 : value >= 0.001 ? -2 : -3;
+        whole = -((value < 0.1) + (value < 0.01) + (value < 0.001));
     }
     const double scaled = value * kTenTo[6 - whole];
     auto digits = static_cast<uint32_t>(scaled);
@@ -50,7 +69,7 @@ char* writePlain(char* out, double value)
             return nullptr;
         }
     }
-    char six[6];
+    char six[12];  // twice as long: what lies behind the six digits is copied and then written over
     writeSixDigits(six, digits);
     int length = 6;
     while (length > 1 && six[length - 1] == '0') {
@@ -67,7 +86,7 @@ char* writePlain(char* out, double value)
         return out + whole;
     }
     out[whole] = '.';
-    std::memcpy(out + whole + 1, six + whole, static_cast<size_t>(length - whole));
+    std::memcpy(out + whole + 1, six + whole, 6);
     return out + length + 1;
 }
 
@@ -77,12 +96,35 @@ void PayloadText::appendUnsigned(uint64_t value)
 {
     constexpr size_t kMost = 20;
     char* out = reserve(kMost);
-    if (value < 10) {
-        *out = static_cast<char>('0' + value);
-        ++mLength;
+    if (value < 256) {
+        std::memcpy(out, kBytes[value].digits, 3);
+        mLength += kBytes[value].length;
+        return;
+    }
+    if (value >= 1000 && value < 10000) {  // as component ids are
+        std::memcpy(out, kPairs + 2 * (value / 100), 2);
+        std::memcpy(out + 2, kPairs + 2 * (value % 100), 2);
+        mLength += 4;
         return;
     }
     mLength += static_cast<size_t>(std::to_chars(out, out + kMost, value).ptr - out);
+}
+
+void PayloadText::appendBytes(const uint8_t* bytes, size_t count)
+{
+    constexpr size_t kMostOfOne = 4;
+    char* const begin = reserve(kMostOfOne * count + 2);
+    char* out = begin;
+    *out++ = '[';
+    for (size_t i = 0; i < count; ++i) {
+        const ByteText& text = kBytes[bytes[i]];
+        std::memcpy(out, text.digits, 3);
+        out += text.length;
+        *out++ = ',';
+    }
+    out -= count > 0 ? 1 : 0;  // the comma behind the last
+    *out++ = ']';
+    mLength += static_cast<size_t>(out - begin);
 }
 
 void PayloadText::appendSigned(int64_t value)
@@ -95,7 +137,7 @@ void PayloadText::appendSigned(int64_t value)
 
 void PayloadText::appendReal(double value)
 {
-    constexpr size_t kMost = 32;
+    constexpr size_t kMost = 40;
     char* const begin = reserve(kMost);
     char* out = begin;
     if (std::signbit(value)) {

@@ -38,7 +38,22 @@ public:
     {
         append(literal, kSize - 1);
     }
+    // A pair's key: a comma unless it is the first, quotes, a colon.
+    template <size_t kSize>
+    void appendKey(const char (&key)[kSize], bool isFirst)
+    {
+        constexpr size_t kLength = kSize - 1;
+        char* out = reserve(kLength + 4);
+        *out = ',';
+        out += isFirst ? 0 : 1;
+        *out++ = '"';
+        std::memcpy(out, key, kLength);
+        std::memcpy(out + kLength, "\":", 2);
+        mLength += kLength + (isFirst ? 3 : 4);
+    }
     void appendUnsigned(uint64_t value);
+    // [1,2,255]
+    void appendBytes(const uint8_t* bytes, size_t count);
     void appendSigned(int64_t value);
     // As std::printf's %g writes it in the "C" locale: six significant digits.
     void appendReal(double value);

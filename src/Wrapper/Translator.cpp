@@ -86,7 +86,14 @@ size_t ZKTranslatorDecode(ZKTranslator* translator, const HALPacket_t* packets, 
     return ZKHAL::guarded(__func__, size_t{0}, [&]() -> size_t {
         ZKHAL::PayloadText& report = translator->report;
         report.clear();
-        if (!translator->sensors.decode(translator->robot.getRobotType(), packets, count, report)) {
+        HALPacket_t present[2];
+        size_t presentCount = 0;
+        for (size_t i = 0; packets != nullptr && i < count && presentCount < 2; ++i) {
+            if (packets[i].length > 0) {
+                present[presentCount++] = packets[i];
+            }
+        }
+        if (!translator->sensors.decode(translator->robot.getRobotType(), present, presentCount, report)) {
             return 0;
         }
         if (report.length() < bufferSize) {

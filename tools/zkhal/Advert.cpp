@@ -51,9 +51,14 @@ public:
     {
         begin(key);
         std::cout << '"';
-        for (const char c : text) {
+        for (size_t i = 0; i < text.size(); ++i) {
+            const char c = text[i];
             const auto byte = static_cast<unsigned char>(c);
-            if (c == '"' || c == '\\') {
+            if (const size_t more = byte < 0x80 ? 0 : continuationBytes(text, i); byte >= 0x80) {
+                // Names are cut in the middle of a character by the radio, and strangers send anything.
+                std::cout << (more > 0 ? text.substr(i, more + 1) : "\\ufffd");
+                i += more;
+            } else if (c == '"' || c == '\\') {
                 std::cout << '\\' << c;
             } else if (byte < 0x20) {
                 const char* kDigits = "0123456789abcdef";
@@ -84,6 +89,22 @@ public:
     }
 
 private:
+    // How many bytes continue the UTF-8 character that begins at i; 0 if none begins there.
+    static size_t continuationBytes(const std::string& text, size_t i)
+    {
+        const auto byteAt = [&text](size_t at) { return static_cast<unsigned char>(at < text.size() ? text[at] : 0); };
+        const unsigned char byte = byteAt(i), next = byteAt(i + 1);
+        // Overlong forms, surrogates and what lies beyond the last character are told by the second byte.
+        const bool isOdd = (byte == 0xE0 && next < 0xA0) || (byte == 0xED && next > 0x9F) ||
+                           (byte == 0xF0 && next < 0x90) || (byte == 0xF4 && next > 0x8F);
+        const size_t count = isOdd || byte < 0xC2 || byte > 0xF4 ? 0 : byte < 0xE0 ? 1 : byte < 0xF0 ? 2 : 3;
+        for (size_t k = 1; k <= count; ++k) {
+            if ((byteAt(i + k) & 0xC0) != 0x80) {
+                return 0;
+            }
+        }
+        return count;
+    }
     void begin(const char* key)
     {
         std::cout << (mCount++ == 0 ? "{\n" : ",\n") << "  \"" << key << "\": ";

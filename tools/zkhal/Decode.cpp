@@ -4,9 +4,11 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Commands.h"
@@ -46,30 +48,45 @@ bool isReportSize(size_t bytes)
     return bytes == HAL_PACKET_SIZE || bytes == 2 * HAL_PACKET_SIZE;
 }
 
+// Packets as pairs of digits, or as longer runs of them; a short run among long ones is something else, like a time.
+bool isUniform(const std::string& text)
+{
+    constexpr size_t kPair = 2, kRun = 8;
+    size_t shortest = text.size(), longest = 0;
+    for (size_t begin = text.find_first_not_of(" \t\r"); begin != std::string::npos;) {
+        const size_t end = std::min(text.find_first_of(" \t\r", begin), text.size());
+        shortest = std::min(shortest, end - begin);
+        longest = std::max(longest, end - begin);
+        begin = text.find_first_not_of(" \t\r", end);
+    }
+    return longest == kPair || shortest >= kRun;
+}
+
+bool readPackets(const std::string& text, std::vector<uint8_t>& bytes, std::string& problem)
+{
+    bytes.clear();
+    if (!readHex(text, bytes, problem)) {
+        return false;
+    }
+    if (!isReportSize(bytes.size())) {
+        problem = "a report is one or two packets of 20 bytes, not " + std::to_string(bytes.size()) + " bytes";
+        return false;
+    }
+    return true;
+}
+
 bool readCaptureLine(const std::string& line, CaptureLine& capture, std::string& problem)
 {
-    if (readHex(line, capture.bytes, problem) && isReportSize(capture.bytes.size())) {
-        return true;
+    if (isUniform(line)) {
+        return readPackets(line, capture.bytes, problem);
     }
     const size_t begin = line.find_first_not_of(" \t");
-    const size_t blank = line.find_first_of(" \t", begin);
-    if (blank != std::string::npos) {
-        const auto [end, error] = std::from_chars(line.data() + begin, line.data() + blank, capture.seconds);
-        std::vector<uint8_t> rest;
-        std::string restProblem;
-        const bool isTime =
-            error == std::errc() && end == line.data() + blank && capture.seconds >= 0 && capture.seconds < 1e9;
-        if (isTime && readHex(line.substr(blank), rest, restProblem) && isReportSize(rest.size())) {
-            capture.bytes = std::move(rest);
-            capture.hasTime = true;
-            return true;
-        }
-        problem = isTime && !restProblem.empty() ? restProblem : problem;
-    }
-    if (problem.empty()) {
-        problem = "a report is one or two packets of 20 bytes, not " + std::to_string(capture.bytes.size()) + " bytes";
-    }
-    return false;
+    const size_t blank = std::min(line.find_first_of(" \t", begin), line.size());
+    const auto [end, error] = std::from_chars(line.data() + begin, line.data() + blank, capture.seconds);
+    const bool isTime = error == std::errc() && end == line.data() + blank && blank < line.size() &&
+                        capture.seconds >= 0 && capture.seconds < 1e9;
+    capture.hasTime = isTime;
+    return readPackets(isTime ? line.substr(blank) : line, capture.bytes, problem);
 }
 
 // The library reads the capture's times, so that the same capture gives the same result every time.
@@ -179,82 +196,112 @@ std::string indented(const std::string& json)
     return out;
 }
 
-// Reports given as hex, or the lines of one file.
-std::vector<std::string> captureLines(const std::vector<std::string>& inputs, std::string& name)
-{
-    std::vector<uint8_t> bytes;
-    std::string problem;
-    if (!inputs.empty() && inputs[0] != "-" && readHex(inputs[0], bytes, problem)) {
-        name = "argument";
-        return inputs;
+// Decodes line by line, so that a stream can be followed while it comes.
+class Decoder {
+public:
+    Decoder(const DecodeOptions& options, std::string name)
+        : mOptions(options),
+          mName(std::move(name)),
+          mClock(options.live ? nullptr : std::make_unique<CaptureClock>()),
+          mTranslator(ZKTranslatorCreate(options.robotType), ZKTranslatorDestroy),
+          mStart(BRSystemTime())
+    {
+        HAL::PacketizerInteraction::initPacketQualityInfo(&mQuality);
     }
-    if (inputs.size() > 1) {
-        throw InputError{"one capture at a time, not also " + inputs[1]};
-    }
-    name = inputs.empty() || inputs[0] == "-" ? "stdin" : inputs[0];
-    const std::string text = readInput(inputs.empty() ? "-" : inputs[0]);
-    std::vector<std::string> lines;
-    for (size_t begin = 0; begin < text.size();) {
-        const size_t end = std::min(text.find('\n', begin), text.size());
-        lines.push_back(text.substr(begin, end - begin));
-        begin = end + 1;
-    }
-    return lines;
-}
 
-int decode(const DecodeOptions& options)
-{
-    std::string name;
-    const std::vector<std::string> lines = captureLines(options.inputs, name);
-    const std::unique_ptr<CaptureClock> clock = options.live ? nullptr : std::make_unique<CaptureClock>();
-    const std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> translator(
-        ZKTranslatorCreate(options.robotType), ZKTranslatorDestroy);
-    HAL::packetQualityInfo quality{};
-    HAL::PacketizerInteraction::initPacketQualityInfo(&quality);
-    Recording recording;
-    int status = kSuccess;
-    double next = 0;
-    for (size_t number = 1; number <= lines.size(); ++number) {
-        const std::string& line = lines[number - 1];
+    void decode(const std::string& line)
+    {
+        ++mNumber;
         if (line.find_first_not_of(" \t\r") == std::string::npos || line[0] == '#') {
-            continue;
+            return;
         }
         CaptureLine capture;
         std::string problem;
         if (!readCaptureLine(line, capture, problem)) {
             std::cout.flush();
-            std::cerr << name << ':' << number << ": " << problem << '\n';
+            std::cerr << mName << ':' << mNumber << ": " << problem << '\n';
             status = kBadInput;
-            continue;
+            return;
         }
-        const double t = capture.hasTime ? capture.seconds : next;
-        next = t + kReportSeconds;
-        if (clock != nullptr) {
-            clock->now = t;
+        const double t = mOptions.live ? BRSystemTime() - mStart : capture.hasTime ? capture.seconds : mNext;
+        mNext = t + kReportSeconds;
+        if (mClock != nullptr) {
+            mClock->now = t;
         }
         HALPacket_t packets[2] = {};
         const size_t count = capture.bytes.size() / HAL_PACKET_SIZE;
         for (size_t i = 0; i < count; ++i) {
             packets[i].length = HAL_PACKET_SIZE;
             std::memcpy(packets[i].data, capture.bytes.data() + i * HAL_PACKET_SIZE, HAL_PACKET_SIZE);
-            if (options.quality) {
+            if (mOptions.quality) {
                 char text[400];
-                HAL::PacketizerInteraction::analyzeQuality(&quality, packets[i].data, HAL_PACKET_SIZE, text,
+                HAL::PacketizerInteraction::analyzeQuality(&mQuality, packets[i].data, HAL_PACKET_SIZE, text,
                                                            sizeof text);
                 std::cerr << text;
             }
         }
         char json[ZK_MAX_REPORT_SIZE];
-        ZKTranslatorDecode(translator.get(), packets, count, json, sizeof json);
-        std::cout << (options.pretty ? indented(json) : json) << '\n';
-        if (!options.svg.empty()) {
-            recording.add(t, json);
+        ZKTranslatorDecode(mTranslator.get(), packets, count, json, sizeof json);
+        std::cout << (mOptions.pretty ? indented(json) : json) << '\n';
+        if (mOptions.live) {
+            std::cout.flush();
+        }
+        if (!mOptions.svg.empty()) {
+            mRecording.add(t, json);
         }
     }
-    if (!options.svg.empty()) {
-        writeFile(options.svg, recording.draw(robotName(options.robotType) + ": " + name));
+
+    void finish()
+    {
+        if (!mOptions.svg.empty()) {
+            writeFile(mOptions.svg, mRecording.draw(robotName(mOptions.robotType) + ": " + mName));
+        }
     }
-    return status;
+
+    int status = kSuccess;
+
+private:
+    const DecodeOptions& mOptions;
+    std::string mName;
+    std::unique_ptr<CaptureClock> mClock;
+    std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> mTranslator;
+    HAL::packetQualityInfo mQuality{};
+    Recording mRecording;
+    double mStart;
+    double mNext = 0;
+    size_t mNumber = 0;
+};
+
+int decode(const DecodeOptions& options)
+{
+    const std::vector<std::string>& inputs = options.inputs;
+    const bool fromStdin = inputs.empty() || inputs[0] == "-";
+    std::ifstream file;
+    if (!fromStdin) {
+        file.open(inputs[0]);
+    }
+    // What is no file is a report, unless it does not even begin like one.
+    const bool isFile =
+        fromStdin || file.is_open() || inputs[0].find_first_not_of("0123456789abcdefABCDEF. \t") != std::string::npos;
+    if (isFile && inputs.size() > 1) {
+        throw InputError{"one capture at a time, not also " + inputs[1]};
+    }
+    if (isFile && !fromStdin && (!file.is_open() || file.peek() == std::ifstream::traits_type::eof())) {
+        readInput(inputs[0]);  // says why it cannot be read
+    }
+    Decoder decoder(options, fromStdin ? "stdin" : isFile ? inputs[0] : "argument");
+    if (isFile) {
+        std::istream& in = fromStdin ? std::cin : file;
+        for (std::string line; std::getline(in, line);) {
+            decoder.decode(line);
+        }
+    } else {
+        for (const std::string& line : inputs) {
+            decoder.decode(line);
+        }
+    }
+    decoder.finish();
+    return decoder.status;
 }
 
 }  // namespace

@@ -38,66 +38,11 @@ void AbstractPacketizer::addKey(PayloadText& out, const char* key, bool isFirst)
     out.append("\":");
 }
 
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, uint8_t value, bool isFirst)
-{
-    addKeyValuePairToPayload(out, key, uint32_t{value}, isFirst);
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, int8_t value, bool isFirst)
-{
-    addKeyValuePairToPayload(out, key, static_cast<uint8_t>(value), isFirst);  // 8 bits print unsigned
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, uint16_t value, bool isFirst)
-{
-    addKeyValuePairToPayload(out, key, uint32_t{value}, isFirst);
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, int16_t value, bool isFirst)
-{
-    addKeyValuePairToPayload(out, key, int32_t{value}, isFirst);
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, uint32_t value, bool isFirst)
-{
-    addKey(out, key, isFirst);
-    out.appendUnsigned(value);
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, int32_t value, bool isFirst)
-{
-    addKey(out, key, isFirst);
-    out.appendSigned(value);
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, double value, bool isFirst)
-{
-    addKey(out, key, isFirst);
-    out.appendReal(value);
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, float value, bool isFirst)
-{
-    addKeyValuePairToPayload(out, key, static_cast<double>(value), isFirst);
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, bool value, bool isFirst)
-{
-    addKeyValuePairToPayload(out, key, uint32_t{value ? 1u : 0u}, isFirst);
-}
-
 void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* key, const uint8_t* bytes, size_t count,
                                                   bool isFirst)
 {
     addKey(out, key, isFirst);
-    out.append('[');
-    for (size_t i = 0; i < count; ++i) {
-        if (i > 0) {
-            out.append(',');
-        }
-        out.appendUnsigned(bytes[i]);
-    }
-    out.append(']');
+    out.appendBytes(bytes, count);
 }
 
 void AbstractPacketizer::addKeyValuePairToPayload(std::ostream& out, const char* key, const uint8_t* bytes,

@@ -6,6 +6,7 @@
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "CoreUtility/nx_json.h"
@@ -45,10 +46,10 @@ public:
 
     /**
      * Writes one pair of an object: a comma unless it is the first, the key in quotes, a colon and the value. 8-bit
-     * integers are written as numbers, reals with six significant digits, booleans as 1 or 0.
+     * integers are written as unsigned numbers, reals with six significant digits, booleans as 1 or 0.
      */
     template <class Value>
-    static void addKeyValuePairToPayload(std::ostream& out, const char* key, const Value& value, bool isFirst = false)
+    static void addKeyValuePairToPayload(std::ostream& out, const char* key, Value value, bool isFirst = false)
     {
         ZKHAL::PayloadText text;
         addKeyValuePairToPayload(text, key, value, isFirst);
@@ -60,15 +61,21 @@ public:
 
 protected:
     // The same into the packetizer's own storage.
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, uint8_t value, bool isFirst);
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, int8_t value, bool isFirst);
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, uint16_t value, bool isFirst);
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, int16_t value, bool isFirst);
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, uint32_t value, bool isFirst);
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, int32_t value, bool isFirst);
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, double value, bool isFirst);
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, float value, bool isFirst);
-    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, bool value, bool isFirst);
+    template <class Value>
+    static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, Value value, bool isFirst)
+    {
+        static_assert(std::is_arithmetic_v<Value>, "numbers and booleans");
+        addKey(out, key, isFirst);
+        if constexpr (std::is_floating_point_v<Value>) {
+            out.appendReal(static_cast<double>(value));
+        } else if constexpr (sizeof(Value) == 1) {
+            out.appendUnsigned(static_cast<uint8_t>(value));
+        } else if constexpr (std::is_unsigned_v<Value>) {
+            out.appendUnsigned(value);
+        } else {
+            out.appendSigned(value);
+        }
+    }
     static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, const uint8_t* bytes, size_t count,
                                          bool isFirst);
     static void addKey(ZKHAL::PayloadText& out, const char* key, bool isFirst);

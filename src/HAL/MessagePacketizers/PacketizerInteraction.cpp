@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "CoreUtility/Assertion.h"
 #include "CoreUtility/Clock.h"
@@ -137,6 +138,26 @@ void begin(Text& out, uint32_t componentId)
     out.append("\":{");
 }
 
+// The base class's pair writer for keys whose length the compiler knows: a report has forty of them.
+template <size_t kSize, class Value>
+void pair(Text& out, const char (&key)[kSize], Value value, bool isFirst)
+{
+    out.appendKey(key, isFirst);
+    if constexpr (std::is_floating_point_v<Value>) {
+        out.appendReal(value);
+    } else {
+        out.appendSigned(static_cast<int64_t>(value));
+    }
+}
+
+// What a packet does not have counts as zero.
+void readPacket(const HALPacket_t& packet, uint8_t (&bytes)[HAL_PACKET_SIZE])
+{
+    const size_t length = packetBytes(packet);
+    std::memcpy(bytes, packet.data, HAL_PACKET_SIZE);
+    std::memset(bytes + length, 0, HAL_PACKET_SIZE - length);
+}
+
 bool bit(uint8_t byte, int number)
 {
     return (byte >> number & 1) != 0;
@@ -177,11 +198,12 @@ bool PacketizerInteraction::decode(uint32_t robotType, const HALPacket_t* packet
     if (packets == nullptr || count == 0) {
         return false;
     }
-    const uint8_t* first = packets[0].data;
+    uint8_t first[HAL_PACKET_SIZE];
+    readPacket(packets[0], first);
     Report report = {robotType, first[kMicAmplitude]};
 
     out.append('{');
-    addKeyValuePairToPayload(out, "tm", static_cast<uint32_t>(unsigned12(first, kTimestamp)), true);
+    pair(out, "tm", static_cast<uint32_t>(unsigned12(first, kTimestamp)), true);
     addAccelerometerToPayload(out, gOf(signed12(first, kAccelX)), gOf(signed12(first, kAccelY)),
                               gOf(signed12(first, kAccelZ)));
     addRawSensorDataToPayload(out, kRaw0Id, first, HAL_PACKET_SIZE);
@@ -322,7 +344,8 @@ void PacketizerInteraction::decodeLongEvent(uint8_t type, const uint8_t* e, Text
 void PacketizerInteraction::decodeSecondPacket(const uint8_t* first, const HALPacket_t& packet, const Report& report,
                                                Text& out)
 {
-    const uint8_t* second = packet.data;
+    uint8_t second[HAL_PACKET_SIZE];
+    readPacket(packet, second);
     addRawSensorDataToPayload(out, kRaw1Id, second, HAL_PACKET_SIZE);
     const double roll = rateOf(signed12(second, kGyroRoll));
     const double pitch = rateOf(signed12(second, kGyroPitch));
@@ -363,9 +386,9 @@ double PacketizerInteraction::Wheel::distance_cm(int16_t raw)
 void PacketizerInteraction::addAccelerometerToPayload(Text& out, double x_g, double y_g, double z_g)
 {
     begin(out, kAccelerometerId);
-    addKeyValuePairToPayload(out, "x", x_g, true);
-    addKeyValuePairToPayload(out, "y", y_g, false);
-    addKeyValuePairToPayload(out, "z", z_g, false);
+    pair(out, "x", x_g, true);
+    pair(out, "y", y_g, false);
+    pair(out, "z", z_g, false);
     out.append('}');
 }
 
@@ -380,23 +403,23 @@ void PacketizerInteraction::addRawSensorDataToPayload(Text& out, uint32_t compon
 void PacketizerInteraction::addButtonToPayload(Text& out, uint32_t componentId, bool isPressed)
 {
     begin(out, componentId);
-    addKeyValuePairToPayload(out, "s", isPressed, true);
+    pair(out, "s", isPressed, true);
     out.append('}');
 }
 
 void PacketizerInteraction::addPingResponseToPayload(Text& out, uint16_t pingId, uint32_t count)
 {
     begin(out, kPingId);
-    addKeyValuePairToPayload(out, "pingID", pingId, true);
-    addKeyValuePairToPayload(out, "pingCount", count, false);
+    pair(out, "pingID", pingId, true);
+    pair(out, "pingCount", count, false);
     out.append('}');
 }
 
 void PacketizerInteraction::addBeaconToPayload(Text& out, uint16_t left, uint16_t right)
 {
     begin(out, kBeaconId);
-    addKeyValuePairToPayload(out, "dataL", left, true);
-    addKeyValuePairToPayload(out, "dataR", right, false);
+    pair(out, "dataL", left, true);
+    pair(out, "dataR", right, false);
     out.append('}');
 }
 
@@ -404,10 +427,10 @@ void PacketizerInteraction::addBeaconV2ToPayload(Text& out, uint32_t robotType, 
                                                  uint8_t dataBits, uint32_t data, const uint8_t (&receivers)[5])
 {
     begin(out, kBeaconV2Id);
-    addKeyValuePairToPayload(out, "rbtType", robotType, true);
-    addKeyValuePairToPayload(out, "rbtID", robotId, false);
-    addKeyValuePairToPayload(out, "dataType", dataType, false);
-    addKeyValuePairToPayload(out, "dataLnBits", dataBits, false);
+    pair(out, "rbtType", robotType, true);
+    pair(out, "rbtID", robotId, false);
+    pair(out, "dataType", dataType, false);
+    pair(out, "dataLnBits", dataBits, false);
     addKeyValuePairToPayload(out, "data", data, false);
     addKeyValuePairToPayload(out, "rcvrs", receivers, sizeof receivers, false);
     out.append('}');
@@ -416,9 +439,9 @@ void PacketizerInteraction::addBeaconV2ToPayload(Text& out, uint32_t robotType, 
 void PacketizerInteraction::addBatteryToPayload(Text& out, bool isCharging, uint32_t level, uint16_t volts)
 {
     begin(out, kBatteryId);
-    addKeyValuePairToPayload(out, "chg", isCharging, true);
-    addKeyValuePairToPayload(out, "level", level, false);
-    addKeyValuePairToPayload(out, "volt", volts, false);
+    pair(out, "chg", isCharging, true);
+    pair(out, "level", level, false);
+    pair(out, "volt", volts, false);
     out.append('}');
 }
 
@@ -427,40 +450,40 @@ void PacketizerInteraction::addMicrophoneToPayload(Text& out, uint8_t amplitude,
 {
     constexpr uint8_t kShownConfidence = 10;
     begin(out, kMicrophoneId);
-    addKeyValuePairToPayload(out, "amp", amplitude / 255.0, true);
+    pair(out, "amp", amplitude / 255.0, true);
     if (confidence >= kShownConfidence) {
-        addKeyValuePairToPayload(out, "mictconf", confidence, false);
-        addKeyValuePairToPayload(out, "mictdir", directionDegrees / 180.0 * kPi, false);
+        pair(out, "mictconf", confidence, false);
+        pair(out, "mictdir", directionDegrees / 180.0 * kPi, false);
     }
-    addKeyValuePairToPayload(out, "clap", isClap, false);
+    pair(out, "clap", isClap, false);
     out.append('}');
 }
 
 void PacketizerInteraction::addFlagToPayload(Text& out, uint32_t componentId, bool flag)
 {
     begin(out, componentId);
-    addKeyValuePairToPayload(out, "flag", flag, true);
+    pair(out, "flag", flag, true);
     out.append('}');
 }
 
 void PacketizerInteraction::addGyroToPayload(Text& out, double roll_rad_s, double pitch_rad_s, double yaw_rad_s)
 {
     begin(out, kGyroId);
-    addKeyValuePairToPayload(out, "r", roll_rad_s, true);
-    addKeyValuePairToPayload(out, "p", pitch_rad_s, false);
-    addKeyValuePairToPayload(out, "y", yaw_rad_s, false);
+    pair(out, "r", roll_rad_s, true);
+    pair(out, "p", pitch_rad_s, false);
+    pair(out, "y", yaw_rad_s, false);
     out.append('}');
 }
 
 void PacketizerInteraction::addAttitudeToPayload(Text& out, const AttitudeEstimate& attitude)
 {
     begin(out, kAttitudeId);
-    addKeyValuePairToPayload(out, "attitudeRoll", 180 * attitude.getRoll() / kPi, true);
-    addKeyValuePairToPayload(out, "attitudePitch", 180 * attitude.getPitch() / kPi, false);
-    addKeyValuePairToPayload(out, "attitudeSlope", 180 * attitude.getSlope() / kPi, false);
-    addKeyValuePairToPayload(out, "rollType", attitude.getRollType(), false);
-    addKeyValuePairToPayload(out, "pitchType", attitude.getPitchType(), false);
-    addKeyValuePairToPayload(out, "slopeType", attitude.getSlopeType(), false);
+    pair(out, "attitudeRoll", 180 * attitude.getRoll() / kPi, true);
+    pair(out, "attitudePitch", 180 * attitude.getPitch() / kPi, false);
+    pair(out, "attitudeSlope", 180 * attitude.getSlope() / kPi, false);
+    pair(out, "rollType", attitude.getRollType(), false);
+    pair(out, "pitchType", attitude.getPitchType(), false);
+    pair(out, "slopeType", attitude.getSlopeType(), false);
     out.append('}');
 }
 
@@ -474,22 +497,22 @@ void PacketizerInteraction::addDistanceSensorToPayload(Text& out, uint32_t compo
     constexpr BRReflectanceModel kModels[] = {BRReflectanceRight, BRReflectanceLeft, BRReflectanceRear};
     const BRReflectanceModel model = kModels[componentId - kDistanceRightId];
     begin(out, componentId);
-    addKeyValuePairToPayload(out, "cm", BRReflectance::instance().distanceForReflectance(model, reflectance), true);
-    addKeyValuePairToPayload(out, "refl", reflectance, false);
+    pair(out, "cm", BRReflectance::instance().distanceForReflectance(model, reflectance), true);
+    pair(out, "refl", reflectance, false);
     out.append('}');
 }
 
 void PacketizerInteraction::addWheelInfoToPayload(Text& out, uint32_t componentId, double distance_cm)
 {
     begin(out, componentId);
-    addKeyValuePairToPayload(out, "cm", distance_cm, true);
+    pair(out, "cm", distance_cm, true);
     out.append('}');
 }
 
 void PacketizerInteraction::addHeadAngleToPayload(Text& out, uint32_t componentId, double angleDegrees)
 {
     begin(out, componentId);
-    addKeyValuePairToPayload(out, "degree", angleDegrees, true);
+    pair(out, "degree", angleDegrees, true);
     out.append('}');
 }
 
@@ -497,11 +520,11 @@ void PacketizerInteraction::addBodyPoseToPayload(Text& out, double x_cm, double 
                                                  int watermark)
 {
     begin(out, kPoseId);
-    addKeyValuePairToPayload(out, "x", x_cm, true);
-    addKeyValuePairToPayload(out, "y", y_cm, false);
-    addKeyValuePairToPayload(out, "degree", angleDegrees, false);
+    pair(out, "x", x_cm, true);
+    pair(out, "y", y_cm, false);
+    pair(out, "degree", angleDegrees, false);
     if (watermark >= 0) {
-        addKeyValuePairToPayload(out, "watermark", watermark, false);
+        pair(out, "watermark", watermark, false);
     }
     out.append('}');
 }

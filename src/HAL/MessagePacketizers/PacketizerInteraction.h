@@ -32,7 +32,7 @@ public:
     bool _serialize(const RobotHW& robot, std::vector<HALPacket_t>& packets, const nx_json* request) override;
     /**
      * One report of one or two packets as one document; a third packet is not looked at. False, and nothing written,
-     * without a packet. Any 20 bytes are a valid packet.
+     * without a packet. Any 20 bytes are a valid packet; bytes that a shorter one lacks count as zero.
      */
     bool _deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets, std::ostringstream& out) override;
     /** The same into reusable storage: what all other forms are made of. */
@@ -67,6 +67,32 @@ public:
     static void addHeadAngleToPayload(Text& out, uint32_t componentId, double angleDegrees);
     /** watermark is -1 in a report without one. */
     static void addBodyPoseToPayload(Text& out, double x_cm, double y_cm, double angleDegrees, int watermark);
+
+    // The same on a stream.
+#define ZK_STREAM_FORM(writer)                                               \
+    template <class... Values>                                               \
+    static void writer(std::ostream& out, const Values&... values)           \
+    {                                                                        \
+        Text text;                                                           \
+        writer(text, values...);                                             \
+        out.write(text.data(), static_cast<std::streamsize>(text.length())); \
+    }
+    ZK_STREAM_FORM(addAccelerometerToPayload)
+    ZK_STREAM_FORM(addRawSensorDataToPayload)
+    ZK_STREAM_FORM(addButtonToPayload)
+    ZK_STREAM_FORM(addPingResponseToPayload)
+    ZK_STREAM_FORM(addBeaconToPayload)
+    ZK_STREAM_FORM(addBeaconV2ToPayload)
+    ZK_STREAM_FORM(addBatteryToPayload)
+    ZK_STREAM_FORM(addMicrophoneToPayload)
+    ZK_STREAM_FORM(addFlagToPayload)
+    ZK_STREAM_FORM(addGyroToPayload)
+    ZK_STREAM_FORM(addAttitudeToPayload)
+    ZK_STREAM_FORM(addDistanceSensorToPayload)
+    ZK_STREAM_FORM(addWheelInfoToPayload)
+    ZK_STREAM_FORM(addHeadAngleToPayload)
+    ZK_STREAM_FORM(addBodyPoseToPayload)
+#undef ZK_STREAM_FORM
 
 private:
     struct Report;

@@ -39,7 +39,11 @@ void AttitudeTypeSM::debounceTowards(uint32_t type, const ZKHAL::WallTime& now)
 
 void AttitudeTypeSM::update(double value)
 {
-    const ZKHAL::WallTime now = ZKHAL::wallTime();
+    update(value, ZKHAL::wallTime());
+}
+
+void AttitudeTypeSM::update(double value, const ZKHAL::WallTime& now)
+{
     switch (mAttitudeType) {
         case kAttitudeLevel:
             // Both directions share one debounce: a jump from one side to the other keeps it running, on purpose.
@@ -93,9 +97,9 @@ void AttitudeEstimate::update(double ax, double ay, double az, double gx, double
     mRoll = roll + blend * (accelRoll - roll);
     mLastUpdate = now;
 
-    mRollType.update(mRoll);
-    mPitchType.update(mPitch);
-    mSlopeType.update(std::acos(std::cos(mRoll) * std::cos(mPitch)));
+    mRollType.update(mRoll, now);
+    mPitchType.update(mPitch, now);
+    mSlopeType.update(std::acos(std::cos(mRoll) * std::cos(mPitch)), now);
 }
 
 double AttitudeEstimate::getSlope() const

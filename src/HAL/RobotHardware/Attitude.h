@@ -36,6 +36,8 @@ public:
     }
 
 private:
+    friend class AttitudeEstimate;
+    void update(double value, const ZKHAL::WallTime& now);
     void debounceTowards(uint32_t type, const ZKHAL::WallTime& now);
 
     ZKHAL::WallTime mDebounceStart{0, 0};

@@ -45,6 +45,9 @@ void BRReflectance::buildDefaultModels()
 void BRReflectance::addSampleToModel(BRReflectanceModel model, const BRReflectanceDistanceSample& newSample)
 {
     std::vector<BRReflectanceDistanceSample>& samples = getOrCreateModel(model);
+    if (!std::isfinite(newSample.reflectanceValue) || !std::isfinite(newSample.distanceValue)) {
+        return;
+    }
     const auto itr = std::find_if(samples.begin(), samples.end(), [&newSample](const auto& sample) {
         return sample.reflectanceValue >= newSample.reflectanceValue;
     });

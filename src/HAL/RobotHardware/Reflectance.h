@@ -26,6 +26,7 @@ public:
     /**
      * Inserts a sample in the order of reflectances, before one of the same reflectance. Along a table distances may
      * not increase: a sample that breaks this stops the process, except behind the last one, which is not compared.
+     * Samples that are not finite are left out.
      */
     void addSampleToModel(BRReflectanceModel model, const BRReflectanceDistanceSample& newSample);
     void addSampleToModel(BRReflectanceModel model, double reflectance, double distance);

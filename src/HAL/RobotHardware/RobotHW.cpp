@@ -84,9 +84,10 @@ uint32_t RobotHW::getRobotType() const
 
 void RobotHW::ParseAdvertisementData(const void* advData, int advLength, const void* scanResponse, int scanLength)
 {
-    const auto lengthOf = [](int length) { return length > 0 ? static_cast<size_t>(length) : 0; };
-    if (!mAdvertisement->parse(static_cast<const char*>(advData), lengthOf(advLength),
-                               static_cast<const char*>(scanResponse), lengthOf(scanLength))) {
+    // A negative data length is too long an advertisement, which changes nothing.
+    const size_t nameLength = scanLength > 0 ? static_cast<size_t>(scanLength) : 0;
+    if (!mAdvertisement->parse(static_cast<const char*>(advData), static_cast<size_t>(advLength),
+                               static_cast<const char*>(scanResponse), nameLength)) {
         ZKHAL::printOut("Error parsing advertisement data: %s\n", mAdvertisement->parseErrorMessage().c_str());
     }
     if (mAdvertisement->robotMode == Kestrel::kModeApplication) {

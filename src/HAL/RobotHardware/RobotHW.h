@@ -54,8 +54,8 @@ public:
     RobotHW& operator=(const RobotHW&) = delete;
 
     /**
-     * Reads an advertisement: manufacturer data of at most 26 bytes and the advertised name (see AdvertisementData);
-     * negative lengths count as 0. What cannot be read is reported on stdout, and the fields stay as they were. In
+     * Reads an advertisement: manufacturer data of at most 26 bytes and the advertised name (see AdvertisementData).
+     * What cannot be read (a negative length is too long) is reported on stdout, and the fields stay as they were. In
      * application mode the language is set from the advertised locale. Packetizers exist afterwards.
      */
     void ParseAdvertisementData(const void* advData, int advLength, const void* scanResponse, int scanLength);
