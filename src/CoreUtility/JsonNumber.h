@@ -7,6 +7,8 @@
 
 namespace ZKHAL {
 
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are read eight at a time, the first in the low byte");
+
 struct JsonNumber {
     const char* end;  // after the number; null when there is none
     bool isReal;      // a point, "e" or "E" followed the integer
