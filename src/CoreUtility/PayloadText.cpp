@@ -36,12 +36,15 @@ constexpr std::array<ByteText, 256> kBytes = [] {
     return texts;
 }();
 
-// value, below a million, as six digits.
-void writeSixDigits(char* out, uint32_t value)
+// value, below a million, as six digits in the bytes of a word, the first in the lowest.
+uint64_t sixDigits(uint32_t value)
 {
-    std::memcpy(out, kPairs + 2 * (value / 10000), 2);
-    std::memcpy(out + 2, kPairs + 2 * (value / 100 % 100), 2);
-    std::memcpy(out + 4, kPairs + 2 * (value % 100), 2);
+    const auto pair = [](uint32_t number) {
+        uint16_t digits;
+        std::memcpy(&digits, kPairs + 2 * number, sizeof digits);
+        return uint64_t{digits};
+    };
+    return pair(value / 10000) | pair(value / 100 % 100) << 16 | pair(value % 100) << 32;
 }
 
 // Positive values from 0.0001 up to a million, which %g writes without an exponent. Null when the sixth digit is too
@@ -69,28 +72,32 @@ char* writePlain(char* out, double value)
             return nullptr;
         }
     }
-    char six[12];  // twice as long: what lies behind the six digits is copied and then written over
-    writeSixDigits(six, digits);
-    int length = 6;
-    while (length > 1 && six[length - 1] == '0') {
-        --length;
-    }
+    // Put together in a word and stored at once: a store in pieces would have to be waited for.
+    constexpr uint64_t kZeros = 0x303030303030;
+    const uint64_t six = sixDigits(digits);
+    const int length = 8 - __builtin_clzll(six ^ kZeros) / 8;  // without the zeros at the end
     if (whole <= 0) {
         std::memcpy(out, "0.000", 5);
         out += 2 - whole;
-        std::memcpy(out, six, 6);
+        std::memcpy(out, &six, sizeof six);
         return out + length;
     }
-    std::memcpy(out, six, 6);
     if (length <= whole) {
+        std::memcpy(out, &six, sizeof six);
         return out + whole;
     }
-    out[whole] = '.';
-    std::memcpy(out + whole + 1, six + whole, 6);
+    const uint64_t before = (uint64_t{1} << 8 * whole) - 1;
+    const uint64_t pointed = (six & before) | uint64_t{'.'} << 8 * whole | (six & ~before) << 8;
+    std::memcpy(out, &pointed, sizeof pointed);
     return out + length + 1;
 }
 
 }  // namespace
+
+void PayloadText::enlarge(size_t size)
+{
+    mText.resize((mLength + size) * 2);
+}
 
 void PayloadText::appendUnsigned(uint64_t value)
 {

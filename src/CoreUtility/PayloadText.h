@@ -14,9 +14,9 @@ public:
     char* reserve(size_t size)
     {
         if (mText.size() - mLength < size) {
-            mText.resize((mLength + size) * 2);
+            enlarge(size);
         }
-        return &mText[mLength];
+        return mText.data() + mLength;
     }
     void grow(size_t size)
     {
@@ -36,7 +36,8 @@ public:
     template <size_t kSize>
     void append(const char (&literal)[kSize])
     {
-        append(literal, kSize - 1);
+        std::memcpy(reserve(kSize - 1), literal, kSize - 1);
+        mLength += kSize - 1;
     }
     // A pair's key: a comma unless it is the first, quotes, a colon.
     template <size_t kSize>
@@ -76,6 +77,8 @@ public:
     }
 
 private:
+    void enlarge(size_t size);
+
     static constexpr size_t kKept = 64 * 1024;
 
     std::string mText;  // its size is the room that there is

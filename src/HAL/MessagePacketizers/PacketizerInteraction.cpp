@@ -145,6 +145,8 @@ void pair(Text& out, const char (&key)[kSize], Value value, bool isFirst)
     out.appendKey(key, isFirst);
     if constexpr (std::is_floating_point_v<Value>) {
         out.appendReal(value);
+    } else if constexpr (std::is_same_v<Value, bool>) {
+        out.append(value ? '1' : '0');
     } else {
         out.appendSigned(static_cast<int64_t>(value));
     }

@@ -89,22 +89,22 @@ void AttitudeEstimate::update(double ax, double ay, double az, double gx, double
     const double accelPitch = std::asin(sine < kMaxSine ? sine : kMaxSine);
     const double accelRoll = std::atan2(ay / g, az / g);
 
-    const double pitchRate = -gy * std::cos(mRoll) - gz * std::sin(mRoll);
-    const double rollRate = gx - gy * std::sin(mRoll) * std::tan(mPitch) + gz * std::cos(mRoll) * std::tan(mPitch);
+    const double sinRoll = std::sin(mRoll);
+    const double tanPitch = std::tan(mPitch);
+    const double pitchRate = -gy * mCosRoll - gz * sinRoll;
+    const double rollRate = gx - gy * sinRoll * tanPitch + gz * mCosRoll * tanPitch;
     const double pitch = mPitch + pitchRate * dt;
     const double roll = mRoll + rollRate * dt;
     mPitch = pitch + blend * (accelPitch - pitch);
     mRoll = roll + blend * (accelRoll - roll);
+    mCosPitch = std::cos(mPitch);
+    mCosRoll = std::cos(mRoll);
+    mSlope = std::acos(mCosPitch * mCosRoll);
     mLastUpdate = now;
 
     mRollType.update(mRoll, now);
     mPitchType.update(mPitch, now);
-    mSlopeType.update(std::acos(std::cos(mRoll) * std::cos(mPitch)), now);
-}
-
-double AttitudeEstimate::getSlope() const
-{
-    return std::acos(std::cos(mPitch) * std::cos(mRoll));
+    mSlopeType.update(mSlope, now);
 }
 
 void AttitudeEstimate::setAttitudeTypeHighThresh(double radians)

@@ -63,7 +63,10 @@ public:
     {
         return mRoll;
     }
-    double getSlope() const;
+    double getSlope() const
+    {
+        return mSlope;
+    }
 
     uint32_t getPitchType() const
     {
@@ -88,6 +91,9 @@ private:
     ZKHAL::WallTime mLastUpdate{0, 0};
     double mPitch = 0;
     double mRoll = 0;
+    double mCosPitch = 1;  // of the angles above: computed once for an update, its slope and the next update
+    double mCosRoll = 1;
+    double mSlope = 0;
     AttitudeTypeSM mRollType;
     AttitudeTypeSM mPitchType;
     AttitudeTypeSM mSlopeType;
