@@ -398,7 +398,7 @@ TEST(HostCallbacksTest, TheTableTakesWhatTheDefaultsWould)
     ZKDidFailShellCommand("id", "poke", ZK_ERROR_TIMEOUT, "timeout");
     ZKDidCompleteShellCommand("id", "poke", "answer");
     EXPECT_EQ(seen, "1a bpoke4timeout");
-    const char* nothing = nullptr;
+    const char* volatile nothing = nullptr;  // what the compiler cannot see
     ZKLogD("%d %s", 1, nothing);
     EXPECT_EQ(seen, "1a bpoke4timeout11 (null)");
     seen = "1a bpoke4timeout";

@@ -77,8 +77,7 @@ inline const char* readPlainDecimal(const char* text, int64_t& integer, double& 
     for (; (digit = digitAt(p)) <= 9; ++p) {
         significand = significand * 10 + digit;
     }
-    const auto whole = static_cast<int64_t>(significand);
-    integer = negative ? -whole : whole;
+    integer = static_cast<int64_t>(negative ? uint64_t{0} - significand : significand);  // any: it may be too long yet
     isReal = *p == '.';
     if (!isReal) {
         real = static_cast<double>(integer);

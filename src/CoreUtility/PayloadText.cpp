@@ -99,29 +99,25 @@ void PayloadText::enlarge(size_t size)
     mText.resize((mLength + size) * 2);
 }
 
-void PayloadText::appendUnsigned(uint64_t value)
+char* PayloadText::writeUnsigned(char* out, uint64_t value)
 {
-    constexpr size_t kMost = 20;
-    char* out = reserve(kMost);
     if (value < 256) {
         std::memcpy(out, kBytes[value].digits, 3);
-        mLength += kBytes[value].length;
-        return;
+        return out + kBytes[value].length;
     }
-    if (value >= 1000 && value < 10000) {  // as component ids are
-        std::memcpy(out, kPairs + 2 * (value / 100), 2);
-        std::memcpy(out + 2, kPairs + 2 * (value % 100), 2);
-        mLength += 4;
-        return;
-    }
-    mLength += static_cast<size_t>(std::to_chars(out, out + kMost, value).ptr - out);
+    return std::to_chars(out, out + kMostOfNumber, value).ptr;
 }
 
-void PayloadText::appendBytes(const uint8_t* bytes, size_t count)
+char* PayloadText::writeSigned(char* out, int64_t value)
 {
-    constexpr size_t kMostOfOne = 4;
-    char* const begin = reserve(kMostOfOne * count + 2);
-    char* out = begin;
+    if (value < 0) {
+        *out++ = '-';
+    }
+    return writeUnsigned(out, value < 0 ? uint64_t{0} - static_cast<uint64_t>(value) : static_cast<uint64_t>(value));
+}
+
+char* PayloadText::writeBytes(char* out, const uint8_t* bytes, size_t count)
+{
     *out++ = '[';
     for (size_t i = 0; i < count; ++i) {
         const ByteText& text = kBytes[bytes[i]];
@@ -131,21 +127,11 @@ void PayloadText::appendBytes(const uint8_t* bytes, size_t count)
     }
     out -= count > 0 ? 1 : 0;  // the comma behind the last
     *out++ = ']';
-    mLength += static_cast<size_t>(out - begin);
+    return out;
 }
 
-void PayloadText::appendSigned(int64_t value)
+char* PayloadText::writeReal(char* const begin, double value)
 {
-    if (value < 0) {
-        append('-');
-    }
-    appendUnsigned(value < 0 ? uint64_t{0} - static_cast<uint64_t>(value) : static_cast<uint64_t>(value));
-}
-
-void PayloadText::appendReal(double value)
-{
-    constexpr size_t kMost = 40;
-    char* const begin = reserve(kMost);
     char* out = begin;
     if (std::signbit(value)) {
         *out++ = '-';
@@ -158,10 +144,7 @@ void PayloadText::appendReal(double value)
     } else if (value >= 0.0001 && value < 999999) {
         end = writePlain(out, value);
     }
-    if (end == nullptr) {
-        end = std::to_chars(out, begin + kMost, value, std::chars_format::general, 6).ptr;
-    }
-    mLength += static_cast<size_t>(end - begin);
+    return end != nullptr ? end : std::to_chars(out, begin + kMostOfNumber, value, std::chars_format::general, 6).ptr;
 }
 
 }  // namespace ZKHAL

@@ -39,25 +39,37 @@ public:
         std::memcpy(reserve(kSize - 1), literal, kSize - 1);
         mLength += kSize - 1;
     }
-    // A pair's key: a comma unless it is the first, quotes, a colon.
-    template <size_t kSize>
-    void appendKey(const char (&key)[kSize], bool isFirst)
+    void appendUnsigned(uint64_t value)
     {
-        constexpr size_t kLength = kSize - 1;
-        char* out = reserve(kLength + 4);
-        *out = ',';
-        out += isFirst ? 0 : 1;
-        *out++ = '"';
-        std::memcpy(out, key, kLength);
-        std::memcpy(out + kLength, "\":", 2);
-        mLength += kLength + (isFirst ? 3 : 4);
+        char* out = reserve(kMostOfNumber);
+        grow(static_cast<size_t>(writeUnsigned(out, value) - out));
     }
-    void appendUnsigned(uint64_t value);
-    // [1,2,255]
-    void appendBytes(const uint8_t* bytes, size_t count);
-    void appendSigned(int64_t value);
+    void appendSigned(int64_t value)
+    {
+        char* out = reserve(kMostOfNumber);
+        grow(static_cast<size_t>(writeSigned(out, value) - out));
+    }
+    void appendReal(double value)
+    {
+        char* out = reserve(kMostOfNumber);
+        grow(static_cast<size_t>(writeReal(out, value) - out));
+    }
+    void appendBytes(const uint8_t* bytes, size_t count)
+    {
+        char* out = reserve(kMostOfByte * count + 2);
+        grow(static_cast<size_t>(writeBytes(out, bytes, count) - out));
+    }
+
+    // The same at a position with room for kMostOfNumber characters; each returns the position behind.
+    static char* writeUnsigned(char* out, uint64_t value);
+    static char* writeSigned(char* out, int64_t value);
     // As std::printf's %g writes it in the "C" locale: six significant digits.
-    void appendReal(double value);
+    static char* writeReal(char* out, double value);
+    // [1,2,255], at most kMostOfByte characters a byte and two more.
+    static char* writeBytes(char* out, const uint8_t* bytes, size_t count);
+
+    static constexpr size_t kMostOfNumber = 40;
+    static constexpr size_t kMostOfByte = 4;
 
     const char* data() const
     {

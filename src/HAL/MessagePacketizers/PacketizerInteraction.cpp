@@ -131,26 +131,69 @@ constexpr double headDegrees(int raw)
     return raw / 100.0 * 360 / kTwoPi;
 }
 
-void begin(Text& out, uint32_t componentId)
-{
-    out.append(",\"");
-    out.appendUnsigned(componentId);
-    out.append("\":{");
-}
-
-// The base class's pair writer for keys whose length the compiler knows: a report has forty of them.
-template <size_t kSize, class Value>
-void pair(Text& out, const char (&key)[kSize], Value value, bool isFirst)
-{
-    out.appendKey(key, isFirst);
-    if constexpr (std::is_floating_point_v<Value>) {
-        out.appendReal(value);
-    } else if constexpr (std::is_same_v<Value, bool>) {
-        out.append(value ? '1' : '0');
-    } else {
-        out.appendSigned(static_cast<int64_t>(value));
+// One member of the document: a comma, the component id, and an object of pairs, closed at the end of its life. It is
+// written at a position of its own, which the text takes over once: a report has forty pairs.
+class Member {
+public:
+    Member(Text& out, uint32_t componentId, size_t room = kRoom) : mOut(out), mBegin(out.reserve(room)), mAt(mBegin)
+    {
+        put(",\"");
+        mAt = Text::writeUnsigned(mAt, componentId);
+        put("\":{");
     }
-}
+    ~Member()
+    {
+        *mAt++ = '}';
+        mOut.grow(static_cast<size_t>(mAt - mBegin));
+    }
+    Member(const Member&) = delete;
+    Member& operator=(const Member&) = delete;
+
+    template <size_t kSize, class Value>
+    void pair(const char (&key)[kSize], Value value)
+    {
+        putKey(key);
+        if constexpr (std::is_floating_point_v<Value>) {
+            mAt = Text::writeReal(mAt, value);
+        } else if constexpr (std::is_same_v<Value, bool>) {
+            *mAt++ = value ? '1' : '0';
+        } else {
+            mAt = Text::writeSigned(mAt, static_cast<int64_t>(value));
+        }
+    }
+    template <size_t kSize>
+    void pair(const char (&key)[kSize], const uint8_t* bytes, size_t count)
+    {
+        putKey(key);
+        mAt = Text::writeBytes(mAt, bytes, count);
+    }
+
+private:
+    static constexpr size_t kRoom = 512;  // six pairs of a long key and a number of any size
+
+    template <size_t kSize>
+    void put(const char (&literal)[kSize])
+    {
+        std::memcpy(mAt, literal, kSize - 1);
+        mAt += kSize - 1;
+    }
+    template <size_t kSize>
+    void putKey(const char (&key)[kSize])
+    {
+        if (!mIsFirst) {
+            *mAt++ = ',';
+        }
+        mIsFirst = false;
+        *mAt++ = '"';
+        put(key);
+        put("\":");
+    }
+
+    Text& mOut;
+    char* mBegin;
+    char* mAt;
+    bool mIsFirst = true;
+};
 
 // What a packet does not have counts as zero.
 void readPacket(const HALPacket_t& packet, uint8_t (&bytes)[HAL_PACKET_SIZE])
@@ -205,7 +248,7 @@ bool PacketizerInteraction::decode(uint32_t robotType, const HALPacket_t* packet
     Report report = {robotType, first[kMicAmplitude]};
 
     out.append('{');
-    pair(out, "tm", static_cast<uint32_t>(unsigned12(first, kTimestamp)), true);
+    addKeyValuePairToPayload(out, "tm", static_cast<uint32_t>(unsigned12(first, kTimestamp)), true);
     addAccelerometerToPayload(out, gOf(signed12(first, kAccelX)), gOf(signed12(first, kAccelY)),
                               gOf(signed12(first, kAccelZ)));
     addRawSensorDataToPayload(out, kRaw0Id, first, HAL_PACKET_SIZE);
@@ -387,106 +430,95 @@ double PacketizerInteraction::Wheel::distance_cm(int16_t raw)
 
 void PacketizerInteraction::addAccelerometerToPayload(Text& out, double x_g, double y_g, double z_g)
 {
-    begin(out, kAccelerometerId);
-    pair(out, "x", x_g, true);
-    pair(out, "y", y_g, false);
-    pair(out, "z", z_g, false);
-    out.append('}');
+    Member member(out, kAccelerometerId);
+    member.pair("x", x_g);
+    member.pair("y", y_g);
+    member.pair("z", z_g);
 }
 
 void PacketizerInteraction::addRawSensorDataToPayload(Text& out, uint32_t componentId, const uint8_t* bytes,
                                                       size_t count)
 {
-    begin(out, componentId);
-    addKeyValuePairToPayload(out, "data", bytes, count, true);
-    out.append('}');
+    Member member(out, componentId, Text::kMostOfByte * count + 64);
+    member.pair("data", bytes, count);
 }
 
 void PacketizerInteraction::addButtonToPayload(Text& out, uint32_t componentId, bool isPressed)
 {
-    begin(out, componentId);
-    pair(out, "s", isPressed, true);
-    out.append('}');
+    Member member(out, componentId);
+    member.pair("s", isPressed);
 }
 
 void PacketizerInteraction::addPingResponseToPayload(Text& out, uint16_t pingId, uint32_t count)
 {
-    begin(out, kPingId);
-    pair(out, "pingID", pingId, true);
-    pair(out, "pingCount", count, false);
-    out.append('}');
+    Member member(out, kPingId);
+    member.pair("pingID", pingId);
+    member.pair("pingCount", count);
 }
 
 void PacketizerInteraction::addBeaconToPayload(Text& out, uint16_t left, uint16_t right)
 {
-    begin(out, kBeaconId);
-    pair(out, "dataL", left, true);
-    pair(out, "dataR", right, false);
-    out.append('}');
+    Member member(out, kBeaconId);
+    member.pair("dataL", left);
+    member.pair("dataR", right);
 }
 
 void PacketizerInteraction::addBeaconV2ToPayload(Text& out, uint32_t robotType, uint16_t robotId, uint8_t dataType,
                                                  uint8_t dataBits, uint32_t data, const uint8_t (&receivers)[5])
 {
-    begin(out, kBeaconV2Id);
-    pair(out, "rbtType", robotType, true);
-    pair(out, "rbtID", robotId, false);
-    pair(out, "dataType", dataType, false);
-    pair(out, "dataLnBits", dataBits, false);
-    addKeyValuePairToPayload(out, "data", data, false);
-    addKeyValuePairToPayload(out, "rcvrs", receivers, sizeof receivers, false);
-    out.append('}');
+    Member member(out, kBeaconV2Id);
+    member.pair("rbtType", robotType);
+    member.pair("rbtID", robotId);
+    member.pair("dataType", dataType);
+    member.pair("dataLnBits", dataBits);
+    member.pair("data", data);
+    member.pair("rcvrs", receivers, sizeof receivers);
 }
 
 void PacketizerInteraction::addBatteryToPayload(Text& out, bool isCharging, uint32_t level, uint16_t volts)
 {
-    begin(out, kBatteryId);
-    pair(out, "chg", isCharging, true);
-    pair(out, "level", level, false);
-    pair(out, "volt", volts, false);
-    out.append('}');
+    Member member(out, kBatteryId);
+    member.pair("chg", isCharging);
+    member.pair("level", level);
+    member.pair("volt", volts);
 }
 
 void PacketizerInteraction::addMicrophoneToPayload(Text& out, uint8_t amplitude, uint8_t confidence,
                                                    int directionDegrees, bool isClap)
 {
     constexpr uint8_t kShownConfidence = 10;
-    begin(out, kMicrophoneId);
-    pair(out, "amp", amplitude / 255.0, true);
+    Member member(out, kMicrophoneId);
+    member.pair("amp", amplitude / 255.0);
     if (confidence >= kShownConfidence) {
-        pair(out, "mictconf", confidence, false);
-        pair(out, "mictdir", directionDegrees / 180.0 * kPi, false);
+        member.pair("mictconf", confidence);
+        member.pair("mictdir", directionDegrees / 180.0 * kPi);
     }
-    pair(out, "clap", isClap, false);
-    out.append('}');
+    member.pair("clap", isClap);
 }
 
 void PacketizerInteraction::addFlagToPayload(Text& out, uint32_t componentId, bool flag)
 {
-    begin(out, componentId);
-    pair(out, "flag", flag, true);
-    out.append('}');
+    Member member(out, componentId);
+    member.pair("flag", flag);
 }
 
 void PacketizerInteraction::addGyroToPayload(Text& out, double roll_rad_s, double pitch_rad_s, double yaw_rad_s)
 {
-    begin(out, kGyroId);
-    pair(out, "r", roll_rad_s, true);
-    pair(out, "p", pitch_rad_s, false);
-    pair(out, "y", yaw_rad_s, false);
-    out.append('}');
+    Member member(out, kGyroId);
+    member.pair("r", roll_rad_s);
+    member.pair("p", pitch_rad_s);
+    member.pair("y", yaw_rad_s);
 }
 
 void PacketizerInteraction::addAttitudeToPayload(Text& out, const AttitudeEstimate& attitude)
 {
-    begin(out, kAttitudeId);
-    pair(out, "attitudeRoll", 180 * attitude.getRoll() / kPi, true);
-    pair(out, "attitudePitch", 180 * attitude.getPitch() / kPi, false);
-    pair(out, "attitudeSlope", 180 * attitude.getSlope() / kPi, false);
-    pair(out, "rollType", attitude.getRollType(), false);
-    pair(out, "pitchType", attitude.getPitchType(), false);
-    pair(out, "slopeType", attitude.getSlopeType(), false);
-    out.append('}');
+    Member member(out, kAttitudeId);
+    member.pair("attitudeRoll", 180 * attitude.getRoll() / kPi);
+    member.pair("attitudePitch", 180 * attitude.getPitch() / kPi);
+    member.pair("attitudeSlope", 180 * attitude.getSlope() / kPi);
+    member.pair("rollType", attitude.getRollType());
+    member.pair("pitchType", attitude.getPitchType());
+    member.pair("slopeType", attitude.getSlopeType());
 }
 
 void PacketizerInteraction::addDistanceSensorToPayload(Text& out, uint32_t componentId, uint8_t reflectance)
@@ -498,37 +530,33 @@ void PacketizerInteraction::addDistanceSensorToPayload(Text& out, uint32_t compo
     }
     constexpr BRReflectanceModel kModels[] = {BRReflectanceRight, BRReflectanceLeft, BRReflectanceRear};
     const BRReflectanceModel model = kModels[componentId - kDistanceRightId];
-    begin(out, componentId);
-    pair(out, "cm", BRReflectance::instance().distanceForReflectance(model, reflectance), true);
-    pair(out, "refl", reflectance, false);
-    out.append('}');
+    Member member(out, componentId);
+    member.pair("cm", BRReflectance::instance().distanceForReflectance(model, reflectance));
+    member.pair("refl", reflectance);
 }
 
 void PacketizerInteraction::addWheelInfoToPayload(Text& out, uint32_t componentId, double distance_cm)
 {
-    begin(out, componentId);
-    pair(out, "cm", distance_cm, true);
-    out.append('}');
+    Member member(out, componentId);
+    member.pair("cm", distance_cm);
 }
 
 void PacketizerInteraction::addHeadAngleToPayload(Text& out, uint32_t componentId, double angleDegrees)
 {
-    begin(out, componentId);
-    pair(out, "degree", angleDegrees, true);
-    out.append('}');
+    Member member(out, componentId);
+    member.pair("degree", angleDegrees);
 }
 
 void PacketizerInteraction::addBodyPoseToPayload(Text& out, double x_cm, double y_cm, double angleDegrees,
                                                  int watermark)
 {
-    begin(out, kPoseId);
-    pair(out, "x", x_cm, true);
-    pair(out, "y", y_cm, false);
-    pair(out, "degree", angleDegrees, false);
+    Member member(out, kPoseId);
+    member.pair("x", x_cm);
+    member.pair("y", y_cm);
+    member.pair("degree", angleDegrees);
     if (watermark >= 0) {
-        pair(out, "watermark", watermark, false);
+        member.pair("watermark", watermark);
     }
-    out.append('}');
 }
 
 double wallSeconds()
