@@ -105,6 +105,11 @@ char* PayloadText::writeUnsigned(char* out, uint64_t value)
         std::memcpy(out, kBytes[value].digits, 3);
         return out + kBytes[value].length;
     }
+    if (value >= 1000 && value < 10000) {  // as component ids are
+        std::memcpy(out, kPairs + 2 * (value / 100), 2);
+        std::memcpy(out + 2, kPairs + 2 * (value % 100), 2);
+        return out + 4;
+    }
     return std::to_chars(out, out + kMostOfNumber, value).ptr;
 }
 
