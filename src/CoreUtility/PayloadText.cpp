@@ -1,6 +1,5 @@
 #include "CoreUtility/PayloadText.h"
 
-#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -15,26 +14,6 @@ constexpr char kPairs[] =
     "000102030405060708091011121314151617181920212223242526272829303132333435363738394041424344454647484950515253545556"
     "57"
     "585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
-
-// The digits of a byte, and how many there are.
-struct ByteText {
-    char digits[3];
-    uint8_t length;
-};
-constexpr std::array<ByteText, 256> kBytes = [] {
-    std::array<ByteText, 256> texts{};
-    for (int value = 0; value < 256; ++value) {
-        ByteText& text = texts[static_cast<size_t>(value)];
-        if (value >= 100) {
-            text.digits[text.length++] = static_cast<char>('0' + value / 100);
-        }
-        if (value >= 10) {
-            text.digits[text.length++] = static_cast<char>('0' + value / 10 % 10);
-        }
-        text.digits[text.length++] = static_cast<char>('0' + value % 10);
-    }
-    return texts;
-}();
 
 // value, below a million, as six digits in the bytes of a word, the first in the lowest.
 uint64_t sixDigits(uint32_t value)
@@ -99,40 +78,14 @@ void PayloadText::enlarge(size_t size)
     mText.resize((mLength + size) * 2);
 }
 
-char* PayloadText::writeUnsigned(char* out, uint64_t value)
+char* PayloadText::writeLong(char* out, uint64_t value)
 {
-    if (value < 256) {
-        std::memcpy(out, kBytes[value].digits, 3);
-        return out + kBytes[value].length;
-    }
     if (value >= 1000 && value < 10000) {  // as component ids are
         std::memcpy(out, kPairs + 2 * (value / 100), 2);
         std::memcpy(out + 2, kPairs + 2 * (value % 100), 2);
         return out + 4;
     }
     return std::to_chars(out, out + kMostOfNumber, value).ptr;
-}
-
-char* PayloadText::writeSigned(char* out, int64_t value)
-{
-    if (value < 0) {
-        *out++ = '-';
-    }
-    return writeUnsigned(out, value < 0 ? uint64_t{0} - static_cast<uint64_t>(value) : static_cast<uint64_t>(value));
-}
-
-char* PayloadText::writeBytes(char* out, const uint8_t* bytes, size_t count)
-{
-    *out++ = '[';
-    for (size_t i = 0; i < count; ++i) {
-        const ByteText& text = kBytes[bytes[i]];
-        std::memcpy(out, text.digits, 3);
-        out += text.length;
-        *out++ = ',';
-    }
-    out -= count > 0 ? 1 : 0;  // the comma behind the last
-    *out++ = ']';
-    return out;
 }
 
 char* PayloadText::writeReal(char* const begin, double value)

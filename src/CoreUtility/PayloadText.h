@@ -1,12 +1,34 @@
 // A text that is built once and then read: numbers and short pieces appended to storage that is used again.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
 
 namespace ZKHAL {
+
+// The digits of a byte and a comma behind them, stored at once, and how many digits there are.
+struct ByteText {
+    char text[4];
+    uint32_t digits;
+};
+inline constexpr std::array<ByteText, 256> kByteTexts = [] {
+    std::array<ByteText, 256> texts{};
+    for (unsigned value = 0; value < 256; ++value) {
+        ByteText& text = texts[value];
+        if (value >= 100) {
+            text.text[text.digits++] = static_cast<char>('0' + value / 100);
+        }
+        if (value >= 10) {
+            text.text[text.digits++] = static_cast<char>('0' + value / 10 % 10);
+        }
+        text.text[text.digits++] = static_cast<char>('0' + value % 10);
+        text.text[text.digits] = ',';
+    }
+    return texts;
+}();
 
 class PayloadText {
 public:
@@ -61,12 +83,37 @@ public:
     }
 
     // The same at a position with room for kMostOfNumber characters; each returns the position behind.
-    static char* writeUnsigned(char* out, uint64_t value);
-    static char* writeSigned(char* out, int64_t value);
+    static char* writeUnsigned(char* out, uint64_t value)
+    {
+        if (value >= 256) {
+            return writeLong(out, value);
+        }
+        std::memcpy(out, kByteTexts[value].text, sizeof kByteTexts[value].text);
+        return out + kByteTexts[value].digits;
+    }
+    static char* writeSigned(char* out, int64_t value)
+    {
+        if (value < 0) {
+            *out++ = '-';
+        }
+        return writeUnsigned(out,
+                             value < 0 ? uint64_t{0} - static_cast<uint64_t>(value) : static_cast<uint64_t>(value));
+    }
     // As std::printf's %g writes it in the "C" locale: six significant digits.
     static char* writeReal(char* out, double value);
     // [1,2,255], at most kMostOfByte characters a byte and two more.
-    static char* writeBytes(char* out, const uint8_t* bytes, size_t count);
+    static char* writeBytes(char* out, const uint8_t* bytes, size_t count)
+    {
+        *out++ = '[';
+        for (size_t i = 0; i < count; ++i) {
+            const ByteText& text = kByteTexts[bytes[i]];
+            std::memcpy(out, text.text, sizeof text.text);
+            out += text.digits + 1;
+        }
+        out -= count > 0 ? 1 : 0;  // the comma behind the last
+        *out++ = ']';
+        return out;
+    }
 
     static constexpr size_t kMostOfNumber = 40;
     static constexpr size_t kMostOfByte = 4;
@@ -90,6 +137,7 @@ public:
 
 private:
     void enlarge(size_t size);
+    static char* writeLong(char* out, uint64_t value);
 
     static constexpr size_t kKept = 64 * 1024;
 
