@@ -3,6 +3,7 @@
 #define ZKHAL_ZKHAL_H
 
 #include "ZKHAL/Diagnostics.h"
+#include "ZKHAL/Engine.h"
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/HostCallbacks.h"
 #include "ZKHAL/Translation.h"

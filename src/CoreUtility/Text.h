@@ -67,6 +67,18 @@ inline bool isSameText(const char* a, const char* b)
     return a[1] == '\0' || std::strcmp(a + 2, b + 2) == 0;
 }
 
+// Of the ASCII letters only.
+inline bool isSameTextIgnoringCase(const char* a, const char* b)
+{
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; };
+    for (; lower(*a) == lower(*b); ++a, ++b) {
+        if (*a == '\0') {
+            return true;
+        }
+    }
+    return false;
+}
+
 // The C library's atoi, where it is defined, and a saturated long cut to int where it is not.
 inline int decimalPrefix(const char* text)
 {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "CoreUtility/Messages.h"
 #include "ZKHAL/HostCallbacks.h"
@@ -137,6 +138,16 @@ bool AdvertisementData::parse(const char* data, size_t dataLength, const char* l
     }
     Record record = {};
     std::memcpy(record.bytes, data, dataLength);
+    // Aside, and taken as a whole: a log line on the way may make the host report another scan of this robot.
+    AdvertisementData read;
+    read.mParseError = mParseError;
+    read.parseRecord(record, localName, nameLength);
+    *this = std::move(read);
+    return true;
+}
+
+void AdvertisementData::parseRecord(const Record& record, const char* localName, size_t nameLength)
+{
     const bool isRusk = extractBasicRobotType(record) == ZK_ROBOT_RUSK;
     robotMode = !isRusk ? bits(record, kMode) : bits(record, kRuskIsApplication) ? kModeApplication : kModeBootloader;
     robotType = extractRobotType(record, robotMode);
@@ -153,7 +164,6 @@ bool AdvertisementData::parse(const char* data, size_t dataLength, const char* l
     } else {
         parseOrvikFamily(record);
     }
-    return true;
 }
 
 // The rest of the name follows what was advertised of it, up to the first zero byte.

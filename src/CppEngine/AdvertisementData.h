@@ -70,6 +70,7 @@ public:
     }
 
 private:
+    void parseRecord(const brio_advdata_manuf_data_t& record, const char* localName, size_t nameLength);
     void parseName(const brio_advdata_manuf_data_t& record, const char* localName, size_t length);
     void parseOrvikFamily(const brio_advdata_manuf_data_t& record);
     void parseRusk(const brio_advdata_manuf_data_t& record);

@@ -4,13 +4,13 @@
 #include <string>
 
 #include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/Boundary.h"
 #include "CoreUtility/CommandCheck.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/PayloadText.h"
 #include "CoreUtility/Text.h"
 #include "HAL/MessagePacketizers/PacketizerInteraction.h"
 #include "HAL/RobotHardware/RobotHW.h"
-#include "Wrapper/Boundary.h"
 #include "ZKHAL/HALPacket.h"
 
 namespace {

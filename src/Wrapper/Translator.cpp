@@ -5,13 +5,13 @@
 #include <string>
 
 #include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/Boundary.h"
 #include "CoreUtility/CommandCheck.h"
 #include "CoreUtility/JsonDocument.h"
 #include "CoreUtility/PayloadText.h"
 #include "CoreUtility/Text.h"
 #include "HAL/MessagePacketizers/PacketizerInteraction.h"
 #include "HAL/RobotHardware/RobotHW.h"
-#include "Wrapper/Boundary.h"
 
 struct ZKTranslator {
     explicit ZKTranslator(uint32_t robotType) : buffer(&robot)

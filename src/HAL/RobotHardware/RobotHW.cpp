@@ -10,6 +10,7 @@
 #include "HAL/MessagePacketizers/PacketizerShell.h"
 #include "HAL/MessagePacketizers/RobotTypeOf.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
+#include "HAL/RobotHardware/Uuid.h"
 #include "HAL/RobotHardware/WorkingRecordPool.h"
 
 namespace HAL {
@@ -19,8 +20,6 @@ namespace {
 constexpr const char* kLanguages[] = {"en_US", "zh_CN", "de_DE", "ko_KR", "es", "fr_FR", "zh_TW"};
 constexpr size_t kLanguageCount = sizeof kLanguages / sizeof kLanguages[0];
 constexpr char kUnknownLanguage[] = "unknown";
-
-#define ZK_UUID(prefix) prefix "-879D-6186-1F49-DECA0E85D9C1"
 
 // Which characteristic serves what: by family, mode and type.
 struct CharacteristicRow {

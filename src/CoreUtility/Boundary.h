@@ -24,4 +24,13 @@ Result guarded(const char* function, Result fallback, Body body) noexcept
     return fallback;
 }
 
+template <class Body>
+void guarded(const char* function, Body body) noexcept
+{
+    guarded(function, 0, [&] {
+        body();
+        return 0;
+    });
+}
+
 }  // namespace ZKHAL
