@@ -12,7 +12,7 @@ configure:
 	cmake -S . -B $(BUILD) $(CMAKE_ARGS)
 
 demo: configure
-	cmake --build $(BUILD) --parallel $(JOBS) --target zkhal_tool
+	cmake --build $(BUILD) --parallel $(JOBS) --target zkhal_tool zkhal_example_host
 	scripts/demo $(BUILD)
 
 test: all

@@ -26,4 +26,8 @@ void addSimdjsonBenchmarks();
 // One sensor report, and its numbers and texts written by the standard library.
 void addSensorBenchmarks();
 
+// A command to each of so many robots, named "engine/count".
+constexpr int kRobotCounts[] = {100, 1000, 10000};
+void addEngineBenchmarks();
+
 }  // namespace bench

@@ -129,6 +129,17 @@ void printSensorTable(Collector& results)
     std::printf("robots at 30 reports a second that one core decodes: %.0f\n", 1e9 / ours / 30);
 }
 
+void printEngineTable(Collector& results)
+{
+    std::printf("\nA shell command to each robot, half of them answered, half timed out, median nanoseconds a robot\n");
+    double first = 0;
+    for (int robots : kRobotCounts) {
+        const double each = results.median("engine/" + std::to_string(robots)) / robots;
+        first = first > 0 ? first : each;
+        std::printf("%6d robots: %6.0f, %.2f times that of %d\n", robots, each, each / first, kRobotCounts[0]);
+    }
+}
+
 }  // namespace
 
 }  // namespace bench
@@ -152,9 +163,11 @@ int main(int argc, char** argv)
     bench::addRapidJsonBenchmarks();
     bench::addSimdjsonBenchmarks();
     bench::addSensorBenchmarks();
+    bench::addEngineBenchmarks();
     bench::Collector results;
     benchmark::RunSpecifiedBenchmarks(&results);
     bench::printCommandTable(results);
     bench::printSensorTable(results);
+    bench::printEngineTable(results);
     return 0;
 }

@@ -5,9 +5,14 @@
 #include <gtest/gtest.h>
 
 #include "CoreUtility/BotMessengerBuffer.h"
+#include "CppEngine/Robot.h"
+#include "CppEngine/RobotActionManagerShell.h"
 #include "ZKHAL/ZKHAL.h"
 
 namespace {
+
+using Kestrel::gChannelShellControl;
+using Kestrel::gChannelShellPacket;
 
 using FatalDeathTest = ::testing::Test;
 
@@ -28,6 +33,39 @@ TEST(FatalDeathTest, DocumentsThatEndTheProcess)
     EXPECT_DEATH(send(R"({"451":{"id":65535}})", ZK_ROBOT_QUILL), "Assertion failed");
     uint8_t out[ZK_BLOCK_SIZE];
     EXPECT_DEATH(json2Packets("7", out), kObject);
+}
+
+TEST(FatalDeathTest, EngineCallsThatEndTheProcess)
+{
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const char kUnknown[] = "Assertion failed: \\(robot != NULL\\), function ZK";
+    EXPECT_DEATH(ZKEnqueueShellCommand("x", "poke", 1), kUnknown);
+    EXPECT_DEATH(ZKHandleDisconnect(nullptr), kUnknown);
+    EXPECT_DEATH(ZKPendingShellCommandCount(""), kUnknown);
+    EXPECT_DEATH(ZKReceivedData("x", gChannelShellPacket.c_str(), "", 0), kUnknown);
+    EXPECT_DEATH(ZKValidateChannels("x", nullptr, 0), kUnknown);
+    EXPECT_DEATH(ZKValidateEndPoints("x", nullptr, 0), kUnknown);
+    const auto receive = [](const char* channel) {
+        ZKProcessScan("x", "", 0, "", 0);
+        ZKReceivedData("x", channel, "\x03", 1);
+    };
+    EXPECT_DEATH(receive(gChannelShellControl.c_str()), "\\(false\\)");
+    EXPECT_DEATH(receive(nullptr), "\\(false\\)");
+    ZKHostCallbacks silent = {};
+    silent.size = sizeof silent;
+    silent.log = [](void*, ZKLogSeverity, const char*) {};
+    ZKSetHostCallbacks(&silent);
+    Kestrel::Robot robot("x");
+    const std::vector<HALPacket_t> none;
+    EXPECT_DEATH(robot.transmitPackets(&gChannelShellControl, &none), "packets && \\(packets->size\\(\\) > 0\\)");
+    EXPECT_DEATH(robot.transmitPackets(nullptr, &none), "\\(channel\\)");
+    EXPECT_DEATH(Kestrel::RobotActionManagerShell(&robot).onTimer(1), "this->mQueuedCommands.size\\(\\) > 0");
+    robot.enqueueShellCommand("before the first scan", 1);
+    robot.handleDisconnect();
+    robot.receivedData(gChannelShellPacket.c_str(), "\x03", 1);
+    EXPECT_EQ(robot.pendingShellCommandCount(), -1);
+    robot.initialize();
+    ZKSetHostCallbacks(nullptr);
 }
 
 TEST(FatalDeathTest, AHandlerRunsBeforeTheEnd)

@@ -1,15 +1,17 @@
 // Translating takes no memory after the first documents, and a huge one leaves nothing behind.
 #include <atomic>
+#include <cmath>
 #include <cstdlib>
 #include <new>
 
 #include <gtest/gtest.h>
 
-#include "support/Support.h"
+#include "support/Host.h"
 
 namespace {
 
 std::atomic<long> gAllocations{0};
+std::atomic<long> gLive{0};  // blocks that are allocated and not freed
 
 }  // namespace
 
@@ -17,6 +19,7 @@ std::atomic<long> gAllocations{0};
 void* operator new(size_t size)
 {
     ++gAllocations;
+    ++gLive;
     if (void* memory = std::malloc(size)) {
         return memory;
     }
@@ -26,16 +29,19 @@ void* operator new(size_t size)
 void* operator new(size_t size, const std::nothrow_t&) noexcept
 {
     ++gAllocations;
+    ++gLive;
     return std::malloc(size);
 }
 
 void operator delete(void* memory) noexcept
 {
+    gLive -= memory != nullptr;
     std::free(memory);
 }
 
 void operator delete(void* memory, size_t) noexcept
 {
+    gLive -= memory != nullptr;
     std::free(memory);
 }
 
@@ -75,6 +81,34 @@ TEST(MemoryTest, ACheckOfAHostileDocumentStaysBounded)
     static char message[1 << 20];
     EXPECT_EQ(ZKCheckCommandDocument(json.c_str(), ZK_ROBOT_ORVIK, message, sizeof message), ZK_CHECK_REMARKS);
     EXPECT_LT(std::string(message).size(), 66u * 1024);
+}
+
+TEST(MemoryTest, AScanEvery50MillisecondsLeavesNothingBehind)
+{
+    support::Host host;
+    const char data[] = {3, 1};
+    const auto quarterOfAnHour = [&] {
+        for (int i = 0; i < 18000; ++i) {
+            host.wait(0.05);
+            host.scan("r");
+            host.scan("");
+            ZKProcessScan("bad", "x", 99, "", 0);
+            host.enqueue("r", "without a time-out, long enough for the heap", -1);
+            host.enqueue("r", "queued behind it", 1);
+            host.enqueue("bad", "with one", i % 20 == 0 ? 1.0 : INFINITY);
+            Kestrel::robotById(i % 2 == 0 ? "nobody" : "no one");
+            host.lines.clear();
+        }
+        ZKProcessScan("r", data, sizeof data, "", 0);
+        host.wait(2);
+        host.wait(2);
+        host.lines = std::string();
+    };
+    quarterOfAnHour();
+    const long before = gLive;
+    quarterOfAnHour();
+    EXPECT_LE(gLive, before);
+    EXPECT_LT(host.timers->toString().size(), 200u);
 }
 
 }  // namespace

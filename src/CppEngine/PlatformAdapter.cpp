@@ -33,12 +33,12 @@ Kestrel::TimerManager* sTimerManagerInstance = nullptr;  // the installed one
 template <class Body>
 void withRobot(const char* function, const char* robotId, Body body)
 {
-    ZKHAL::guarded(function, [&] {
-        const Kestrel::EngineCall call;
-        Robot* const robot = Kestrel::robotById(robotId);
-        ZK_ASSERT(robot != NULL);
-        body(*robot);
-    });
+    const Kestrel::EngineCall call;
+    Robot* const robot = Kestrel::robotById(robotId);
+    if (robot == nullptr) {
+        ZKHAL::assertionFailed("robot != NULL", function, __FILE__, __LINE__);  // in the name of the host's call
+    }
+    ZKHAL::guarded(function, [&] { body(*robot); });
 }
 
 std::set<const char*> setOf(const char** texts, size_t count)

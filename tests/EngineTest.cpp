@@ -1,0 +1,547 @@
+// The connection engine over its C functions: one command at a time, to its answer, its time-out or a disconnect.
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <map>
+
+#include <gtest/gtest.h>
+
+#include "CppEngine/Robot.h"
+#include "CppEngine/RobotActionManagerShell.h"
+#include "support/Host.h"
+
+namespace {
+
+using support::Host;
+using support::Told;
+
+class EngineTest : public ::testing::Test {
+protected:
+    Host host;
+};
+
+std::string bytes(const char* hexText)
+{
+    std::string text;
+    for (const char* p = hexText; *p != '\0'; ++p) {
+        if (*p != ' ') {
+            text += static_cast<char>(std::stoi(std::string(p, 2), nullptr, 16));
+            ++p;
+        }
+    }
+    return text;
+}
+
+TEST_F(EngineTest, CommandsGoOutInPackets)
+{
+    host.withBytes = true;
+    const struct {
+        char family;
+        std::string command;
+        const char* packets;
+    } cases[] = {
+        {1, "poke", "C8 41 20 70 6F 6B 65 0A"},
+        {3, "line\n", "C8 41 20 6C 69 6E 65 0A"},
+        {9, "x", "C8 41 20 78 0A"},
+        {4, "poke", "70 6F 6B 65 0A"},
+        {4, "\n", "0A"},
+        {2, std::string(40, '@'),
+         "C8 41 20 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 | "
+         "C8 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 | C8 40 40 40 40 0A"},
+        {4, std::string(20, '@'), "40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 40 | 0A"},
+    };
+    for (const auto& c : cases) {
+        host.scan("r", c.family);
+        host.take();
+        host.enqueue("r", c.command.c_str(), 60);
+        EXPECT_EQ(host.take(), "r < " + std::string(c.packets) + " \n") << c.command;
+    }
+}
+
+TEST_F(EngineTest, AnswersComeBackAsText)
+{
+    const struct {
+        char family;
+        const char *command, *notifications, *answer;  // in hex, with bars between notifications
+    } cases[] = {
+        {1, "poke", "C8 78 4F 4B | C8 21 03", "OK!"},
+        {1, "a lone terminator takes nothing from the packets before", "C8 78 4F 4B | 03", "OK"},
+        {1, "only the first two bytes", "C8 03", ""},
+        {1, "one byte", "03", ""},
+        {1, "a line end goes, one only", "C8 78 4F 0A 0A 03", "O\n"},
+        {1, "what stands behind the terminator belongs to it but for the last byte", "C8 78 4F 03 4B 58", "O\x03K"},
+        {1, "a newline does not end it", "C8 78 4F 0A | C8 4B 03", "O\nK"},
+        {1, "more than 20 bytes", "C8 78 30 31 32 33 34 35 36 37 38 39 30 31 32 33 34 35 36 37 38 39 30 31 03",
+         "0123456789012345678901"},
+        {4, "poke", "31 2E 32 0A", "1.2"},
+        {4, "in pieces", "31 | 2E | 03 32 0A",
+         "1.\x03"
+         "2"},
+        {4, "empty", "0A", ""},
+        {1, "DUMP SND VER.EP1", "C8 78 76 33 5F 31 32 5F 37 20 34 5F 35 5F 36 03", "3.12.7"},
+        {1, "DUMP SND VER.EP1", "C8 78 31 5F 32 5F 78 33 5F 34 5F 35 5F 03", "3.4.5"},
+        {1, "DUMP SND VER.EP1", "C8 78 31 32 33 5F 5F 34 5F 35 03", "1.0.0"},
+        {4, "DUMP SND VER.EP1", "32 5F 30 5F 31 0A", "2.0.1"},
+        {1, "dump snd ver.ep1", "C8 78 33 5F 31 5F 37 03", "3_1_7"},
+    };
+    for (const auto& c : cases) {
+        host.scan("r", c.family);
+        host.enqueue("r", c.command);
+        host.take();
+        const std::string all = c.notifications;
+        for (size_t at = 0, bar; at < all.size(); at = bar + 1) {
+            EXPECT_EQ(host.take(), "") << c.command;
+            bar = std::min(all.find('|', at), all.size());
+            host.receive("r", bytes(all.substr(at, bar - at).c_str()));
+        }
+        EXPECT_EQ(host.take(), "r > " + std::string(c.command) + ": " + c.answer + "\n") << c.command;
+        EXPECT_EQ(ZKPendingShellCommandCount("r"), 0) << c.command;
+    }
+}
+
+TEST_F(EngineTest, TheLifeOfTwoCommandsLineByLine)
+{
+    host.withDebug = true;
+    host.scan("r");
+    host.wait(0.5);
+    host.enqueue("r", "poke", 0.25);
+    host.enqueue("r", "nap", 0);
+    EXPECT_EQ(ZKPendingShellCommandCount("r"), 2);
+    EXPECT_EQ(host.take(), "D: Robbie sending shell command A poke\n\nr <A poke\n");
+    host.wait(0.125);
+    host.answer("r", "ouch");
+    std::string lines = host.take();
+    EXPECT_EQ(lines.substr(0, lines.find("W: ")),
+              "D: ZKDidCompleteShellCommand. dt = 0.125, calling from receive data for poke\nr > poke: ouch\n"
+              "D: Robbie sending shell command A nap\n\n");
+    EXPECT_NE(lines.find("timer will go off next tick.\nr <A nap\n"), std::string::npos);
+    host.enqueue("r", "wake", 2.0);
+    host.wait(0.125);
+    EXPECT_EQ(host.take(),
+              "W: Timing out command. Cmd:\"nap\" dT:0.125s Timeout:0.000s\nr ! nap: 4 timeout\n"
+              "D: Robbie sending shell command A wake\n\nr <A wake\n");
+    host.wait(2.125);  // too long a gap, which the next command's end tells
+    EXPECT_EQ(ZKPendingShellCommandCount("r"), 0);
+    EXPECT_EQ(host.take(), "W: Timing out command. Cmd:\"wake\" dT:2.125s Timeout:2.000s\nr ! wake: 4 timeout\n");
+    host.answer("r", "too late");
+    EXPECT_EQ(host.take(), "");
+}
+
+TEST_F(EngineTest, ATimeOutThatIsNoneWaitsForTheAnswer)
+{
+    host.scan("r");
+    for (double timeout : {-1.0, std::nan(""), static_cast<double>(INFINITY)}) {
+        host.enqueue("r", "poke", timeout);
+        EXPECT_EQ(host.take().find("E: ") == 0, !(timeout > 0));
+        host.wait(1e9);
+        EXPECT_EQ(ZKPendingShellCommandCount("r"), 1);
+        host.answer("r", "ok");
+        EXPECT_EQ(host.take(), "r > poke: ok\n");
+    }
+}
+
+TEST_F(EngineTest, ARescanReplacesTheQueue)
+{
+    host.scan("r");
+    host.enqueue("r", "armed");
+    host.enqueue("r", "second");
+    host.enqueue("r", "third", -1);
+    host.enqueue("r", "fourth");
+    host.scan("r");
+    EXPECT_EQ(ZKPendingShellCommandCount("r"), 0);
+    host.take();
+    host.answer("r", "lost");
+    host.enqueue("r", "fresh", 10);
+    EXPECT_EQ(host.take(), "r <A fresh\n");
+    host.wait(1);
+    EXPECT_EQ(host.take(),
+              "W: Timing out command. Cmd:\"armed\" dT:1.000s Timeout:1.000s\nr ! armed: 4 timeout\nr <A second\n");
+    host.wait(1);
+    const std::string lines = host.take();
+    EXPECT_NE(lines.find("r ! second: 4 timeout\n"), std::string::npos);
+    EXPECT_EQ(lines.substr(lines.size() - 11), "r <A third\n") << "nothing will end it: its queue is gone";
+    host.wait(5);
+    EXPECT_EQ(host.take(), "");
+
+    host.scan("r");
+    host.enqueue("r", "later");
+    host.scan("r");
+    host.take();
+    ZKHandleDisconnect("r");
+    host.wait(20);
+    EXPECT_EQ(host.take(), "") << "a disconnect silences replaced queues too";
+}
+
+TEST_F(EngineTest, ReadingBack)
+{
+    EXPECT_FALSE(ZKIsKnownRobot("b") || ZKIsKnownRobot("") || ZKIsKnownRobot(nullptr));
+    host.scan("");
+    host.scan(nullptr);
+    EXPECT_EQ(ZKListKnownRobots(nullptr, 0), 0u);
+    EXPECT_EQ(Kestrel::robotById("b"), nullptr);
+    EXPECT_EQ(ZKListKnownRobots(nullptr, 0), 0u);
+
+    ZKProcessScan("b", "x", 27, nullptr, 0);
+    ZKProcessScan("b", nullptr, 0, "x", 1);
+    EXPECT_EQ(host.take(), "E: Unexpected dataLength of 27\nE: dataBytes is NULL\n");
+    char text[8];
+    EXPECT_EQ(ZKGetParseError("b", text, sizeof text), 18u);
+    EXPECT_STREQ(text, "dataByt");
+    ZKRobotInfo info = {};
+    info.size = sizeof info;
+    EXPECT_TRUE(ZKGetRobotInfo("b", &info));
+    EXPECT_TRUE(info.known && !info.hasReport && info.type == 0 && info.name[0] == '\0');
+    host.enqueue("b", "x");
+    EXPECT_EQ(host.take(), "b <A x\n") << "framed before anything could be read";
+
+    host.scan("a", 3);
+    const Kestrel::Robot* robot = Kestrel::robotById("a");
+    const char quill[] = "\x43\x03\x02\x01\x01\x02\x03\x0C\x0A\x02\x00\x00\xAB\xCD\xEF\x00\x09 and co";
+    ZKProcessScan("a", quill, sizeof quill - 1, "Quilly", 6);
+    EXPECT_EQ(Kestrel::robotById("a"), robot);
+    EXPECT_STREQ(robot->uuId(), "a");
+    ZKGetRobotInfo("a", &info);
+    EXPECT_STREQ(info.name, "Quilly and co");
+    EXPECT_STREQ(info.uniqueId, "ABCDEF");
+    EXPECT_EQ(info.type, 1003u);
+    EXPECT_EQ(info.mode, 3u);
+    EXPECT_EQ(info.shellColor, 2u);
+    EXPECT_EQ(info.avatarId, 1u);
+    EXPECT_EQ(info.firmwareVersion[0], 3);
+    EXPECT_EQ(info.firmwareVersion[2], 1);
+    EXPECT_EQ(info.resourceVersion, 9);
+    EXPECT_EQ(info.personalityColor, 2);
+    EXPECT_EQ(info.personalityAnimation, 7);
+    EXPECT_EQ(info.localeId, 2);
+    // An older host's shorter struct.
+    std::memset(&info, 0x55, sizeof info);
+    info.size = offsetof(ZKRobotInfo, mode);
+    ZKGetRobotInfo("a", &info);
+    EXPECT_EQ(info.type, 1003u);
+    EXPECT_EQ(info.mode, 0x55555555u);
+
+    const char* ids[2] = {};
+    EXPECT_EQ(ZKListKnownRobots(ids, 1), 2u);
+    EXPECT_STREQ(ids[0], "a");
+    EXPECT_EQ(ids[1], nullptr);
+    EXPECT_TRUE(ZKForgetRobot("a"));
+    EXPECT_FALSE(ZKForgetRobot("a"));
+    EXPECT_FALSE(ZKGetRobotInfo("a", &info));
+    EXPECT_EQ(ZKListKnownRobots(nullptr, 0), 1u);
+}
+
+#define UUID(n, m) "AF23" n "-879D-6186-1F49-" m
+
+TEST_F(EngineTest, WhichCharacteristicsBelong)
+{
+    const char control[] = UUID("0000", "DECA0E85D9C1"), shell[] = UUID("0001", "deca0e85d9c1"),
+               command[] = UUID("0002", "DECA0E85D9C1"), sensor[] = UUID("0003", "DECA0E85D9C1"),
+               file[] = UUID("0004", "DECA0E85D9C1"), filePacket[] = "af230005-879d-6186-1f49-deca0e85d9c1",
+               sensor2[] = UUID("0006", "DECA0E85D9C1"), unknown[] = UUID("0007", "DECA0E85D9C1");
+    const struct {
+        char mode;
+        std::vector<const char*> channels;
+        bool valid;
+    } cases[] = {
+        {3, {command, sensor, shell}, true},
+        {3, {command, sensor, shell, file, filePacket, sensor2, control, control}, true},
+        {3, {command, unknown}, false},
+        {3, {command, nullptr}, false},
+        {1, {file, filePacket}, true},
+        {1, {file, filePacket, control}, false},
+        {2, {control}, false},
+        {2, {}, true},
+    };
+    for (const auto& c : cases) {
+        const char data[] = {c.mode, 1};
+        ZKProcessScan("r", data, sizeof data, "", 0);
+        std::vector<const char*> channels = c.channels;
+        EXPECT_EQ(ZKValidateChannels("r", channels.data(), channels.size()), c.valid) << int{c.mode};
+    }
+    EXPECT_TRUE(ZKValidateChannels("r", nullptr, 3));
+    const char* services[] = {unknown, "af237778-879d-6186-1f49-deca0e85d9c1"};
+    EXPECT_TRUE(ZKValidateEndPoints("r", services, 2));
+    EXPECT_FALSE(ZKValidateEndPoints("r", services, 1));
+    EXPECT_FALSE(ZKValidateEndPoints("r", services, 0));
+
+    host.scan("r");
+    host.enqueue("r", "poke");
+    host.take();
+    for (const char* channel : {sensor, sensor2, filePacket}) {
+        EXPECT_TRUE(ZKAcceptsChannel(channel));
+        ZKReceivedData("r", channel, "\xC8x\x03", 3);
+    }
+    EXPECT_FALSE(ZKAcceptsChannel(unknown) || ZKAcceptsChannel(control) || ZKAcceptsChannel(nullptr));
+    ZKReceivedData("r", shell, nullptr, 9);
+    ZKReceivedData("r", shell, "\x03", 0);
+    EXPECT_EQ(host.take(), "");
+    ZKReceivedData("r", shell, "\x03", 1);
+    EXPECT_EQ(host.take(), "r > poke: \n");
+}
+
+TEST_F(EngineTest, AnEndlessAnswerIsCut)
+{
+    host.scan("r");
+    for (const char* end : {"\xC8\x03", "time-out"}) {
+        host.enqueue("r", "poke", 100);
+        host.take();
+        size_t length = 0;
+        host.on = [&](Told told, const std::string& what) {
+            if (told == Told::Done) {
+                length = what.size() - std::string("r > poke: ").size();
+            }
+        };
+        const std::string notification = "\xC8" + std::string(19, '.');
+        for (int i = 0; i < 100000; ++i) {
+            host.receive("r", notification);
+        }
+        EXPECT_EQ(host.take(), "W: answer to \"poke\" is longer than 1048576 bytes, the rest is dropped.\n");
+        if (*end == 't') {
+            host.wait(100);
+            EXPECT_NE(host.take().find("r ! poke: 4 timeout"), std::string::npos);
+        } else {
+            host.receive("r", end);
+            EXPECT_EQ(length, 1048576u - 52429u - 1u) << "without 52429 headers and the first one's second byte";
+            host.take();
+        }
+        host.enqueue("r", "again");
+        host.answer("r", "fine");
+        EXPECT_EQ(host.take(), "r <A again\nr > again: fine\n");
+    }
+}
+
+// How deep the stack is, as far as it can be told.
+uintptr_t stackPointer()
+{
+    volatile char here = 0;
+    return reinterpret_cast<uintptr_t>(&here);
+}
+
+TEST_F(EngineTest, AnswersInsideOfSendingDoNotPileUp)
+{
+    host.scan("r");
+    int done = 0;
+    uintptr_t lowest = UINTPTR_MAX, highest = 0;
+    host.on = [&](Told told, const std::string&) {
+        if (told == Told::Send) {
+            host.answer("r", "ok");
+        } else if (told == Told::Done) {
+            if (done++ == 0) {
+                for (int i = 0; i < 10000; ++i) {
+                    host.enqueue("r", "again");
+                }
+            }
+            lowest = std::min(lowest, stackPointer());
+            highest = std::max(highest, stackPointer());
+        }
+    };
+    host.enqueue("r", "poke");
+    EXPECT_EQ(done, 10001);
+    EXPECT_EQ(ZKPendingShellCommandCount("r"), 0);
+    EXPECT_LT(highest - lowest, 8192u);
+}
+
+TEST_F(EngineTest, TheHostsTextsStayWhileItReads)
+{
+    host.scan("r", 4);
+    host.enqueue("r", "long enough to stand on the heap");
+    ZKHostCallbacks callbacks = {};
+    callbacks.size = sizeof callbacks;
+    callbacks.user = &host;
+    callbacks.log = [](void*, ZKLogSeverity, const char*) {};
+    callbacks.completed = [](void* user, const char* id, const char* command, const char* answer) {
+        ZKForgetRobot(id);
+        Host::scan("r", 4);
+        for (int i = 0; i < 1000; ++i) {
+            Host::enqueue("r", "another that is long enough for the heap");
+        }
+        static_cast<Host*>(user)->lines = id + std::string(command) + answer;
+    };
+    ZKSetHostCallbacks(&callbacks);
+    host.receive("r", "an answer that is long enough as well\n");
+    EXPECT_EQ(host.take(), "rlong enough to stand on the heapan answer that is long enough as well");
+}
+
+// Every call from inside every callback: the command ends at most once, nothing is left behind, and the engine goes on.
+TEST_F(EngineTest, EveryCallInsideEveryCallback)
+{
+    const std::function<void()> actions[] = {
+        [] {},
+        [] { Host::enqueue("r", "more", 0.5); },
+        [] { Host::disconnect("r"); },
+        [] {
+            Host::disconnect("r");
+            Host::enqueue("r", "more", 0.5);
+        },
+        [] { Host::scan("r"); },
+        [] {
+            Host::scan("r");
+            Host::enqueue("r", "more", 0.5);
+        },
+        [] { ZKForgetRobot("r"); },
+        [] {
+            ZKForgetRobot("r");
+            Host::scan("r");
+            Host::enqueue("r", "more", 0.5);
+        },
+        [] { Host::wait(0.3); },
+        [] { Host::wait(3); },
+        [] { Host::answer("r", "early"); },
+        [] {
+            Host::answer("r", "early");
+            Host::answer("r", "twice");
+        },
+        [] { Host::receive("r", "\xC8half"); },
+        [this] { ZKSetTimerManager(ZKGetTimerManager() == host.timers.get() ? nullptr : host.timers.get()); },
+        [] { Host::enqueue("other", "more", 0.5); },
+        [] { Host::disconnect("other"); },
+    };
+    const Told kinds[] = {Told::Send, Told::Done, Told::Failed, Told::Debug, Told::Warning, Told::Error};
+    const size_t count = sizeof actions / sizeof actions[0];
+    for (Told kind : kinds) {
+        for (size_t action = 0; action < count * count; ++action) {
+            SCOPED_TRACE(std::to_string(static_cast<int>(kind)) + ": " + std::to_string(action % count) + " then " +
+                         std::to_string(action / count));
+            ZKSetTimerManager(host.timers.get());
+            host.on = nullptr;
+            Host::scan("r");
+            Host::scan("other");
+            ZKTick();
+            std::string ended;
+            int budget = 3;  // or an action that sets off its own callback goes round for ever
+            host.on = [&](Told told, const std::string& what) {
+                if (told == Told::Done || told == Told::Failed) {
+                    ended += what.substr(0, what.find(':')) + "\n";
+                }
+                if (told == kind && budget-- > 0) {
+                    actions[budget % 2 == 0 ? action % count : action / count]();
+                }
+            };
+            Host::enqueue("r", "first", 0);
+            Host::enqueue("r", "second", 0.5);
+            Host::milliseconds() += 2500;  // makes the timers complain
+            Host::answer("r", "yes");
+            Host::wait(0.25);
+            Host::wait(0.5);
+            for (const char* command : {" first", " second"}) {
+                const size_t at = ended.find(command);
+                EXPECT_TRUE(at == std::string::npos || ended.find(command, at + 1) == std::string::npos) << ended;
+            }
+            for (int i = 0; i < 12; ++i) {
+                Host::wait(1);
+            }
+            host.on = nullptr;
+            ZKSetTimerManager(host.timers.get());
+            ZKTick();
+            Host::disconnect("r");
+            Host::scan("r");
+            host.take();
+            Host::enqueue("r", "last");
+            Host::answer("r", "here");
+            EXPECT_EQ(host.take(), "r <A last\nr > last: here\n");
+            ASSERT_EQ(ZKPendingShellCommandCount("r"), 0);
+            ZKForgetRobot("r");
+            ZKForgetRobot("other");
+            EXPECT_EQ(host.timers->toString(), "") << "nothing is left armed";
+        }
+    }
+}
+
+// A link that loses, doubles, delays, reorders and cuts notifications, and breaks now and then.
+TEST_F(EngineTest, OverABadLinkEveryCommandEndsOnceAndInOrder)
+{
+    int done = 0, failed = 0, dropped = 0;
+    for (uint64_t seed = 0; seed < 300; ++seed) {
+        support::Random random(seed);
+        std::vector<std::string> ids = {"a", "b", "c"};
+        std::map<std::string, std::vector<int>> open;  // command numbers without an end
+        struct Notification {
+            int64_t at;
+            std::string id, data;
+        };
+        std::vector<Notification> air;
+        for (const std::string& id : ids) {
+            Host::scan(id.c_str(), static_cast<char>(1 + random.below(4)));
+        }
+        host.on = [&](Told told, const std::string& what) {
+            const std::string id = what.substr(0, 1);
+            if (told == Told::Done || told == Told::Failed) {
+                ASSERT_FALSE(open[id].empty());
+                EXPECT_EQ(std::stoi(what.substr(4)), open[id].front());
+                open[id].erase(open[id].begin());
+                ++(told == Told::Done ? done : failed);
+            } else if (told == Told::Send && random.below(10) != 0) {
+                const bool framed = Kestrel::robotById(id.c_str())->advertisement().robotType != ZK_ROBOT_RUSK;
+                for (int part = 0, parts = 1 + random.below(4); part < parts; ++part) {
+                    std::string data = std::string(framed ? "\xC8" : "") + (part == 0 ? ">" : "") + "text";
+                    data += part + 1 < parts ? "" : framed ? "\x03" : "\n";
+                    data.resize(random.below(8) == 0 ? random.next() % data.size() : data.size());
+                    for (int copies = random.below(8) == 0 ? random.below(3) : 1; copies > 0; --copies) {
+                        air.push_back({host.milliseconds() + random.below(300), id, data});
+                    }
+                }
+            }
+        };
+        for (int step = 0, next = 0; step < 400; ++step) {
+            const std::string& id = ids[static_cast<size_t>(random.below(3))];
+            if (step < 300 && random.below(3) == 0) {
+                open[id].push_back(next);
+                Host::enqueue(id.c_str(), std::to_string(next++).c_str(), random.below(20) * 0.02);
+            }
+            if (random.below(100) == 0) {
+                ZKHandleDisconnect(id.c_str());
+                dropped += static_cast<int>(open[id].size());
+                open[id].clear();
+            }
+            for (size_t i = 0; i < air.size();) {
+                if (air[i].at <= host.milliseconds()) {
+                    const Notification arrived = air[i];
+                    air.erase(air.begin() + static_cast<std::ptrdiff_t>(i));
+                    Host::receive(arrived.id.c_str(), arrived.data);
+                } else {
+                    ++i;
+                }
+            }
+            for (const std::string& robot : ids) {
+                ASSERT_EQ(ZKPendingShellCommandCount(robot.c_str()), static_cast<int>(open[robot].size()));
+            }
+            Host::wait(0.015);
+        }
+        host.on = nullptr;
+        for (const std::string& robot : ids) {
+            Host::wait(100);
+            EXPECT_LE(ZKPendingShellCommandCount(robot.c_str()), static_cast<int>(open[robot].size()));
+        }
+        Host::forgetAll();
+        host.take();
+    }
+    EXPECT_GT(done, 1000);
+    EXPECT_GT(failed, 1000);
+    EXPECT_GT(dropped, 100);
+}
+
+TEST_F(EngineTest, AnotherTimerManagerDoesNotMeddle)
+{
+    host.scan("a");
+    host.scan("b");
+    host.enqueue("a", "one");  // timer 1 of the host's manager
+    {
+        Kestrel::TimerManager other;
+        ZKSetTimerManager(&other);
+        host.enqueue("b", "two");  // timer 1 of the other
+        host.answer("a", "ok");
+        EXPECT_EQ(other.toString(), "{1 @ 1}");
+        EXPECT_EQ(host.timers->toString(), "");
+        host.take();
+        host.wait(1);
+        EXPECT_NE(host.take().find("b ! two: 4 timeout"), std::string::npos);
+        host.enqueue("b", "three");
+        ZKSetTimerManager(host.timers.get());
+    }
+    ZKTick();
+    host.take();
+    host.answer("b", "its time-out went with its manager");
+    EXPECT_EQ(host.take(), "b > three: its time-out went with its manager\n");
+}
+
+}  // namespace
