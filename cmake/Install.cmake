@@ -18,6 +18,11 @@ set(ZKHAL_CXX_HEADERS
   CoreUtility/PayloadText.h
   CoreUtility/nx_json.h
   CppEngine/AdvertisementData.h
+  CppEngine/PlatformAdapter.h
+  CppEngine/Robot.h
+  CppEngine/RobotActionManagerAbstract.h
+  CppEngine/RobotActionManagerShell.h
+  CppEngine/TimerManager.h
   HAL/MessagePacketizers/AbstractPacketizer.h
   HAL/MessagePacketizers/PacketizerInteraction.h
   HAL/MessagePacketizers/PacketizerShell.h

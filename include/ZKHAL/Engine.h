@@ -38,9 +38,9 @@ ZK_EXTERN_C_BEGIN
  * name, nameLength   advertised name, of which 11 bytes count.
  *
  * The robot gets a fresh, empty queue of shell commands each time. What the queue before has not ended is dropped
- * without a callback, unless a command with a time-out is in flight there: its answer is lost, it fails in due time, and
- * the one behind it goes out, with the same fate. So do not forward scan reports of a robot whose commands are under
- * way.
+ * without a callback, unless a command with a time-out is in flight there: its answer is lost, it fails in due time,
+ * and the one behind it goes out, with the same fate. So do not forward scan reports of a robot whose commands are
+ * under way.
  */
 ZK_API void ZKProcessScan(const char* robotId, const char* data, size_t dataLength, const char* name,
                           size_t nameLength);

@@ -27,6 +27,13 @@ export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig"
 # shellcheck disable=SC2046  # lists of options
 "$CC" "$source/tests/consumers/consumer.c" -o "$work/by_pkg_config" $(pkg-config --cflags --libs zkhal)
 [ "$(LD_LIBRARY_PATH=$work/prefix/lib "$work/by_pkg_config")" = "01 01 2C FE D4" ]
+# shellcheck disable=SC2046
+"$CC" "$source/examples/host.c" -o "$work/example_host" $(pkg-config --cflags --libs zkhal)
+LD_LIBRARY_PATH=$work/prefix/lib "$work/example_host" >"$work/example"
+for line in '"DUMP SND VER.EP1" is answered: "3.12.7"' '"JUMP" has failed: timeout (4)' \
+            '"HELLO" is answered: "HELLO CLASS 4B"' '0 commands are left'; do
+  grep -qF "$line" "$work/example" || { echo "the example does not print: $line"; exit 1; }
+done
 
 # The shared library exports the interface and nothing else.
 if [ "$shared" = ON ]; then
