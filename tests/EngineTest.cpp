@@ -127,6 +127,22 @@ TEST_F(EngineTest, TheLifeOfTwoCommandsLineByLine)
     EXPECT_EQ(host.take(), "");
 }
 
+TEST_F(EngineTest, NothingAnswersACommandThatHasNotGoneOut)
+{
+    host.scan("r");
+    host.on = [](Told told, const std::string&) {
+        if (told == Told::Debug || told == Told::Warning) {  // before it is sent, and about its time-out of 0
+            Host::answer("r", "early");
+        }
+    };
+    host.enqueue("r", "poke", 0);
+    EXPECT_EQ(host.take().substr(0, 3), "W: ");
+    EXPECT_EQ(ZKPendingShellCommandCount("r"), 1);
+    ZKTick();  // and the line that tells its time-out is late enough to answer
+    const std::string lines = host.take();
+    EXPECT_EQ(lines.substr(lines.find('\n') + 1), "r > poke: early\n");
+}
+
 TEST_F(EngineTest, ATimeOutThatIsNoneWaitsForTheAnswer)
 {
     host.scan("r");

@@ -37,10 +37,10 @@ ZK_EXTERN_C_BEGIN
  *                    returns the text, and the robot keeps what it advertised before.
  * name, nameLength   advertised name, of which 11 bytes count.
  *
- * The robot gets a fresh, empty queue of shell commands each time. What the queue before has not ended is dropped
- * without a callback, unless a command with a time-out is in flight there: its answer is lost, it fails in due time,
- * and the one behind it goes out, with the same fate. So do not forward scan reports of a robot whose commands are
- * under way.
+ * The robot gets a fresh, empty queue of shell commands at the end of each call. What the queue before has not ended is
+ * dropped without a callback, unless a command with a time-out is in flight there: its answer is lost, it fails in due
+ * time, and the one behind it goes out, with the same fate. Inside the callback that tells a command's end, too, the
+ * one behind it still goes out. So do not forward scan reports of a robot whose commands are under way.
  */
 ZK_API void ZKProcessScan(const char* robotId, const char* data, size_t dataLength, const char* name,
                           size_t nameLength);
@@ -53,8 +53,9 @@ ZK_API bool ZKValidateChannels(const char* robotId, const char** channels, size_
 ZK_API bool ZKValidateEndPoints(const char* robotId, const char** services, size_t count);
 
 /**
- * Queues a command to the robot's shell; sends it at once, from inside this call, when none is in flight. Its end is
- * told by ZKDidCompleteShellCommand() or ZKDidFailShellCommand(), and the next one goes out right after that.
+ * Queues a command to the robot's shell; sends it from inside this call when none is in flight. (Inside
+ * ZKTransmitPackets() of this robot, when that returns.) Its end is told by ZKDidCompleteShellCommand() or
+ * ZKDidFailShellCommand(), and the next one goes out right after that.
  *
  * command          NUL-terminated text of any length, without line end. Empty: nothing happens.
  * timeoutSeconds   counts from the last ZKTick() before the command is sent. Negative or not a number: an error is
@@ -64,7 +65,8 @@ ZK_API bool ZKValidateEndPoints(const char* robotId, const char** services, size
  */
 ZK_API void ZKEnqueueShellCommand(const char* robotId, const char* command, double timeoutSeconds);
 
-/** Commands that have not ended, the one in flight included. Known robots only. */
+/** Commands in the robot's queue that have not ended, the one in flight included; what a scan has replaced is not
+ * counted. -1, with an error line, from inside the log lines of its first scan. Known robots only. */
 ZK_API int ZKPendingShellCommandCount(const char* robotId);
 
 /** Drops all commands of the robot, without a callback for any. Known robots only. */
@@ -78,7 +80,7 @@ ZK_API void ZKHandleDisconnect(const char* robotId);
 ZK_API void ZKReceivedData(const char* robotId, const char* channel, const char* data, size_t length);
 
 /** Moves the engine's time on and fires what is due. To be called every 15 ms, and at least every 2 s: a longer gap is
- * logged as an error by the next command that is sent or ends. Works without any robot. */
+ * logged as an error by the next command that is sent or answered, or a disconnect. Works without any robot. */
 ZK_API void ZKTick(void);
 
 /**
@@ -107,7 +109,8 @@ ZK_API bool ZKAcceptsChannel(const char* channel);
  */
 ZK_API size_t ZKListKnownRobots(const char** ids, size_t capacity);
 
-/** What a robot advertises, as of its last readable scan report. What its family does not have is 0, false or "". */
+/** What a robot advertises, as of its last readable scan report. What its family does not have is 0, false or "", and
+ * 255 for the avatar. */
 typedef struct ZKRobotInfo {
     size_t size;        /* in: sizeof(ZKRobotInfo) of the host's build; out: the bytes that were filled */
     bool known;         /* false: all the rest is 0 */
@@ -119,7 +122,7 @@ typedef struct ZKRobotInfo {
     uint32_t type;              /* code of ZKHAL/ZKRobotType.h; 0 without a report */
     uint32_t mode;              /* 1 bootloader, 3 application */
     uint32_t batteryLevel;      /* as the robot's family counts; 9999 unknown */
-    uint32_t chargeMode;        /* as advertised, 0 not charging; 9999 unknown */
+    uint32_t chargeMode;        /* 0 not charging, 1 charging, Quill also 2; 9999 unknown */
     uint32_t avatarId;          /* Quill; 255 none */
     uint32_t shellColor;        /* Quill, 1 to 4; 0 none */
     uint32_t wifiStatus;        /* Rusk */

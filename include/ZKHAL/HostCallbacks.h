@@ -5,8 +5,9 @@
  * the same names, which then win; a host that loads the library at run time hands in a table with
  * ZKSetHostCallbacks(). Without either, sending and endings do nothing, and log lines go to stdout.
  *
- * All are called on the thread that is inside a ZK... call. Every pointer ends with the call: copy what must outlive
- * it.
+ * All are called on the thread that is inside a ZK... call, and may make any ZK... call themselves. Every pointer ends
+ * with the call: copy what must outlive it. They must not throw: a command whose callback threw may stay in flight
+ * until the robot disconnects.
  */
 #ifndef ZKHAL_HOSTCALLBACKS_H
 #define ZKHAL_HOSTCALLBACKS_H

@@ -75,8 +75,8 @@ Robot::~Robot()
         ZKLogE("shell manager is null");
         return;
     }
-    mReplacedManagers.push_back(std::move(mShellManager));
-    for (const auto& manager : mReplacedManagers) {
+    mReplacedManagers.emplace(mShellManager.get(), mShellManager);
+    for (const auto& [address, manager] : mReplacedManagers) {
         manager->leaveRobot();
         EngineCall::keepUntilIdle(manager);  // one of them may be calling
     }
@@ -99,21 +99,31 @@ void Robot::initialize()
     const EngineCall call;
     auto fresh = std::make_shared<RobotActionManagerShell>(this);
     if (mShellManager != nullptr) {
-        mReplacedManagers.push_back(mShellManager);
+        mReplacedManagers.emplace(mShellManager.get(), mShellManager);
     }
-    mShellManager = std::move(fresh);
-    releaseReplacedManagers();
+    const auto replaced = std::exchange(mShellManager, std::move(fresh));
+    releaseIfReplaced(replaced.get());
+    if (mReplacedManagers.size() > mLookThroughAt) {
+        _releaseReplacedManagers();
+        mLookThroughAt = 2 * mReplacedManagers.size() + 16;
+    }
 }
 
-void Robot::releaseReplacedManagers()
+void Robot::releaseIfReplaced(const RobotActionManagerShell* manager)
 {
-    for (size_t i = 0; i < mReplacedManagers.size();) {
-        if (mReplacedManagers[i]->canStillAct()) {
-            ++i;
-        } else {
-            EngineCall::keepUntilIdle(mReplacedManagers[i]);
-            mReplacedManagers.erase(mReplacedManagers.begin() + static_cast<std::ptrdiff_t>(i));
-        }
+    const auto found = mReplacedManagers.find(manager);
+    if (found != mReplacedManagers.end() && !manager->canStillAct()) {
+        EngineCall::keepUntilIdle(found->second);
+        mReplacedManagers.erase(found);
+    }
+}
+
+void Robot::_releaseReplacedManagers()
+{
+    for (auto it = mReplacedManagers.begin(); it != mReplacedManagers.end();) {
+        const RobotActionManagerShell* manager = it->first;
+        ++it;
+        releaseIfReplaced(manager);
     }
 }
 
@@ -185,10 +195,10 @@ int Robot::pendingShellCommandCount() const
 void Robot::handleDisconnect()
 {
     const EngineCall call;
-    for (const auto& manager : mReplacedManagers) {
+    for (const auto& [address, manager] : mReplacedManagers) {
         manager->dropEverything();
     }
-    releaseReplacedManagers();
+    _releaseReplacedManagers();
     if (mShellManager != nullptr) {
         mShellManager->reset();
     }

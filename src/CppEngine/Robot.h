@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "CppEngine/AdvertisementData.h"
@@ -72,14 +73,18 @@ public:
     const char* name() const;
     const AdvertisementData& advertisement() const;
 
-    /** For managers, at the end of their calls: lets go of those that have been replaced and can no longer act. */
-    void releaseReplacedManagers();
+    /** For managers, at the end of their calls: one that has been replaced and can no longer act goes. */
+    void releaseIfReplaced(const RobotActionManagerShell* manager);
 
 private:
+    void _releaseReplacedManagers();
+
     std::string mId;
     std::shared_ptr<RobotActionManagerShell> mShellManager;
     AdvertisementData mAdvertisement;
-    std::vector<std::shared_ptr<RobotActionManagerShell>> mReplacedManagers;
+    // Those that may still act. One whose timer manager has gone tells nobody: all are looked through now and then.
+    std::unordered_map<const RobotActionManagerShell*, std::shared_ptr<RobotActionManagerShell>> mReplacedManagers;
+    size_t mLookThroughAt = 0;
 };
 
 }  // namespace Kestrel

@@ -76,7 +76,7 @@ public:
     ~Call()
     {
         if (--mManager.mCalls == 0 && mManager.mRobot != nullptr) {
-            mManager.mRobot->releaseReplacedManagers();
+            mManager.mRobot->releaseIfReplaced(&mManager);
         }
     }
     Call(const Call&) = delete;
@@ -172,6 +172,7 @@ void RobotActionManagerShell::_sendHead()
     mTimeoutManager = timers->lifetime();
     mTimeoutWillCome = id != TimerManager::sInvalidTimerID && std::isfinite(timeout);
     mQueuedCommands.front().sent = timers->getCurrentSecond();
+    mSentTicket = ticket;
     mRobot->transmitPackets(&gChannelShellControl, &packets);
 }
 
@@ -190,8 +191,8 @@ void RobotActionManagerShell::receivedData(const std::string*, const char* data,
     if (mQueuedCommands.empty() || data == nullptr || length == 0) {
         return;
     }
-    // Between two commands, or while a callback is being told the end of this one, there is nothing to answer.
-    if (mCurrentOutstandingCommand.empty() || mEndingTicket == mTicket) {
+    // Before the command at hand goes out, and while the host is being told its end, there is nothing to answer.
+    if (mSentTicket != mTicket || mEndingTicket == mTicket) {
         return;
     }
     const bool framed = isFramed(advertisement);
@@ -301,19 +302,11 @@ void RobotActionManagerShell::_failOutstandingCommand(ZKErrorCode code, const ch
     _end([&] { ZKDidFailShellCommand(mRobot->uuId(), command.c_str(), code, message); });
 }
 
-// Tells the host. Afterwards the command is gone, in whichever way the callback ends.
 template <class Tell>
 void RobotActionManagerShell::_end(Tell tell)
 {
     const uint64_t ticket = mTicket;
-    try {
-        tell();
-    } catch (...) {
-        if (ticket == mTicket) {
-            _removeHead();
-        }
-        throw;
-    }
+    tell();
     if (ticket == mTicket) {
         _cleanupOutstandingCommandAndSendNext();
     }
@@ -322,16 +315,11 @@ void RobotActionManagerShell::_end(Tell tell)
 void RobotActionManagerShell::_cleanupOutstandingCommandAndSendNext()
 {
     ZK_ASSERT(this->mQueuedCommands.size() > 0);
-    _removeHead();
-    _attemptToSendNextCommand();
-}
-
-void RobotActionManagerShell::_removeHead()
-{
     mQueuedCommands.pop_front();
     _clearReceived();
     mCurrentOutstandingCommand.clear();
     ++mTicket;
+    _attemptToSendNextCommand();
 }
 
 // A long answer does not stay resident.
@@ -376,7 +364,7 @@ void RobotActionManagerShell::_dropCommands()
 
 bool RobotActionManagerShell::canStillAct() const
 {
-    return mCalls > 0 || mTimeoutWillCome;
+    return mCalls > 0 || (mTimeoutWillCome && !mTimeoutManager.expired());
 }
 
 // The id is taken away first: what the timers log may make the host send the next command.

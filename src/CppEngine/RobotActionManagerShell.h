@@ -81,7 +81,6 @@ private:
     template <class Tell>
     void _end(Tell tell);
     void _cleanupOutstandingCommandAndSendNext();
-    void _removeHead();
     void _clearReceived();
     void _dropCommands();
     void _cancelTimeout();
@@ -101,6 +100,7 @@ private:
     // Counts sent and ended commands and resets. Who has called the host compares it afterwards: when it has moved on,
     // the command at hand is gone.
     uint64_t mTicket = 0;
+    uint64_t mSentTicket = 0;    // the command that has gone out
     uint64_t mEndingTicket = 0;  // the command whose end is being told
     bool mIsSending = false;
     int mCalls = 0;  // on the stack
