@@ -326,11 +326,9 @@ TEST_F(EngineTest, AnEndlessAnswerIsCut)
     }
 }
 
-// How deep the stack is, as far as it can be told.
 uintptr_t stackPointer()
 {
-    volatile char here = 0;
-    return reinterpret_cast<uintptr_t>(&here);
+    return reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
 }
 
 TEST_F(EngineTest, AnswersInsideOfSendingDoNotPileUp)
