@@ -1,0 +1,162 @@
+// A robot without hardware: what ZKHAL/Simulator.h offers, for C++ programs.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Simulator/Chassis.h"
+#include "Simulator/CommandReader.h"
+#include "Simulator/RobotModel.h"
+#include "Simulator/RobotShell.h"
+#include "Simulator/SeededRandom.h"
+#include "Simulator/SensorReport.h"
+#include "Simulator/Servo.h"
+#include "ZKHAL/Simulator.h"
+
+namespace Simulator {
+
+struct Notification {
+    const char* channel;  // lives as long as the program
+    std::string data;
+};
+
+/** What happened on the robot, in words. */
+struct RobotEvent {
+    double seconds;  // its own time
+    std::string words;
+};
+
+/** The functions of ZKHAL/Simulator.h, which say more about each. */
+class VirtualRobot {
+public:
+    /** Null for a type other than 1001 to 1004. */
+    static std::unique_ptr<VirtualRobot> create(uint32_t robotType, uint64_t seed);
+    VirtualRobot(const VirtualRobot&) = delete;
+    VirtualRobot& operator=(const VirtualRobot&) = delete;
+
+    uint32_t type() const
+    {
+        return mModel.type;
+    }
+    std::vector<uint8_t> manufacturerData() const;
+    /** What of its name stands in the advertisement itself; the rest is in the manufacturer data. */
+    std::string localName() const;
+    static const char* service();
+    std::vector<const char*> characteristics() const;
+
+    bool write(const char* channel, const uint8_t* data, size_t length);
+    void advance(double seconds);
+    /** False when there is none; notification is then left alone. */
+    bool nextNotification(Notification& notification);
+    const ZKVirtualRobotState& state() const
+    {
+        return mState;
+    }
+    /** The last 1000 events at most, which are then forgotten. */
+    std::vector<RobotEvent> takeEvents();
+    void handleDisconnect();
+    /** A null answer: none at all. */
+    void setAnswer(const char* command, const char* answer);
+
+    void moveByHand(double x_cm, double y_cm, double headingDegrees);
+    void turnHead(double panDegrees, double tiltDegrees);
+    void lift(bool isLifted);
+    void tilt(double rollDegrees, double pitchDegrees);
+    void clap(double directionDegrees);
+    void press(int button, bool isPressed);
+    void setBattery(unsigned indicator, bool isCharging);
+
+    const Room& room() const
+    {
+        return mRoom;
+    }
+
+private:
+    struct CommandRow;
+    friend struct CommandRow;
+    static const CommandRow kCommands[];
+
+    VirtualRobot(const RobotModel& model, uint64_t seed);
+
+    // One for each command, or for several that differ in little.
+    void onWheels(const RobotCommand& command);
+    void onBodyMotion(const RobotCommand& command);
+    void onBodyPose(const RobotCommand& command);
+    void onGlobalPose(const RobotCommand& command);
+    void onHoldPose(const RobotCommand& command);
+    void onHeadAngle(const RobotCommand& command);
+    void onHeadMove(const RobotCommand& command);
+    void onHeadSpeed(const RobotCommand& command);
+    void onColorLight(const RobotCommand& command);
+    void onLight(const RobotCommand& command);
+    void onThreeLights(const RobotCommand& command);
+    void onEyeLights(const RobotCommand& command);
+    void onEyeAnimation(const RobotCommand& command);
+    void onEyeBrightness(const RobotCommand& command);
+    void onLightMessage(const RobotCommand& command);
+    void onSound(const RobotCommand& command);
+    void onStopSound(const RobotCommand& command);
+    void onVolume(const RobotCommand& command);
+    void onSynth(const RobotCommand& command);
+    void onSynthUpdate(const RobotCommand& command);
+    void onAnimation(const RobotCommand& command);
+    void onLauncher(const RobotCommand& command);
+    void onPercentage(const RobotCommand& command);
+    void onSignal(const RobotCommand& command);
+    void onBehaviourStart(const RobotCommand& command);
+    void onBehaviourStop(const RobotCommand& command);
+    void onSetting(const RobotCommand& command);
+    void onPower(const RobotCommand& command);
+    void onClock(const RobotCommand& command);
+    void onPing(const RobotCommand& command);
+    void onCombined(const RobotCommand& command);
+
+    void obey(const RobotCommand& command);
+    void hearShell(const uint8_t* data, size_t length);
+    std::optional<std::string> answerTo(const std::string& line) const;
+    void step();
+    void sense();
+    void addEvents(SensorReport& report);
+    void notify(const char* channel, std::string data);
+    void tell(std::string words);
+    void complain(uint32_t& counter, std::string words);
+    void updateState();
+    uint8_t reflectance(int model, double directionDegrees) const;
+
+    const RobotModel& mModel;
+    Room mRoom;
+    Chassis mChassis;
+    Servo mPan, mTilt;
+    RobotShell mShell;
+    SeededRandom mRandom;
+    ZKVirtualRobotState mState = {};
+
+    int64_t mNow_ns = 0;
+    int64_t mSteps = 0;
+    double mRoll = 0, mPitch = 0, mRollTarget = 0, mPitchTarget = 0;  // degrees
+    double mRollRate = 0, mPitchRate = 0;                             // degrees/s
+    bool mButtons[4] = {};
+    unsigned mBattery;
+    bool mIsCharging = false;
+    uint8_t mUniqueId[3];
+    uint8_t mSerial[3];
+    double mSoundLeft = 0, mAnimationLeft = 0;  // seconds
+    std::deque<double> mClaps;                  // directions, degrees
+    unsigned mClapCount = 0;
+    std::deque<uint16_t> mPings;
+    uint32_t mPingCount = 0;
+
+    struct Answer {
+        int64_t due_ns;
+        std::vector<std::string> packets;
+    };
+    std::deque<Answer> mAnswers;
+    std::deque<Notification> mNotifications;
+    std::deque<RobotEvent> mEvents;
+};
+
+}  // namespace Simulator
