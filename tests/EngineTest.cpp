@@ -2,12 +2,14 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <deque>
 #include <map>
 
 #include <gtest/gtest.h>
 
 #include "CppEngine/Robot.h"
 #include "CppEngine/RobotActionManagerShell.h"
+#include "Simulator/Link.h"
 #include "support/Host.h"
 
 namespace {
@@ -461,71 +463,75 @@ TEST_F(EngineTest, EveryCallInsideEveryCallback)
     }
 }
 
-// A link that loses, doubles, delays, reorders and cuts notifications, and breaks now and then.
+// Virtual robots behind a link that loses, doubles, delays, reorders, damages and breaks.
 TEST_F(EngineTest, OverABadLinkEveryCommandEndsOnceAndInOrder)
 {
+    struct Peer {
+        std::unique_ptr<Simulator::VirtualRobot> robot;
+        std::unique_ptr<Simulator::Link> link;
+        std::deque<int> open;  // command numbers without an end
+    };
     int done = 0, failed = 0, dropped = 0;
-    for (uint64_t seed = 0; seed < 300; ++seed) {
+    for (uint64_t seed = 0; seed < 100; ++seed) {
         support::Random random(seed);
-        std::vector<std::string> ids = {"a", "b", "c"};
-        std::map<std::string, std::vector<int>> open;  // command numbers without an end
-        struct Notification {
-            int64_t at;
-            std::string id, data;
-        };
-        std::vector<Notification> air;
-        for (const std::string& id : ids) {
-            Host::scan(id.c_str(), static_cast<char>(1 + random.below(4)));
+        std::map<std::string, Peer> peers;
+        for (const char* id : {"a", "b", "c"}) {
+            Peer& peer = peers[id];
+            const int family = 1 + random.below(4);
+            Simulator::Faults faults;
+            faults.drop = random.real(0, 0.2);
+            faults.duplicate = random.real(0, 0.2);
+            faults.delay = random.real(0, 0.3);
+            faults.reorder = random.real(0, 0.3);
+            faults.corrupt = random.real(0, 0.2);
+            faults.truncate = random.real(0, 0.2);
+            faults.cut = random.real(0, 0.5);
+            peer.robot = Simulator::VirtualRobot::create(1000 + static_cast<uint32_t>(family), seed);
+            peer.link = std::make_unique<Simulator::Link>(*peer.robot, faults, seed);
+            peer.link->connect();
+            Host::scan(id, static_cast<char>(family));
         }
         host.on = [&](Told told, const std::string& what) {
-            const std::string id = what.substr(0, 1);
             if (told == Told::Done || told == Told::Failed) {
-                ASSERT_FALSE(open[id].empty());
-                EXPECT_EQ(std::stoi(what.substr(4)), open[id].front());
-                open[id].erase(open[id].begin());
+                std::deque<int>& open = peers[what.substr(0, 1)].open;
+                ASSERT_FALSE(open.empty());
+                EXPECT_EQ(std::stoi(what.substr(std::string("a > ECHO ").size())), open.front());
+                open.pop_front();
                 ++(told == Told::Done ? done : failed);
-            } else if (told == Told::Send && random.below(10) != 0) {
-                const bool framed = Kestrel::robotById(id.c_str())->advertisement().robotType != ZK_ROBOT_RUSK;
-                for (int part = 0, parts = 1 + random.below(4); part < parts; ++part) {
-                    std::string data = std::string(framed ? "\xC8" : "") + (part == 0 ? ">" : "") + "text";
-                    data += part + 1 < parts ? "" : framed ? "\x03" : "\n";
-                    data.resize(random.below(8) == 0 ? random.next() % data.size() : data.size());
-                    for (int copies = random.below(8) == 0 ? random.below(3) : 1; copies > 0; --copies) {
-                        air.push_back({host.milliseconds() + random.below(300), id, data});
-                    }
-                }
             }
         };
-        for (int step = 0, next = 0; step < 400; ++step) {
-            const std::string& id = ids[static_cast<size_t>(random.below(3))];
-            if (step < 300 && random.below(3) == 0) {
-                open[id].push_back(next);
-                Host::enqueue(id.c_str(), std::to_string(next++).c_str(), random.below(20) * 0.02);
-            }
-            if (random.below(100) == 0) {
-                ZKHandleDisconnect(id.c_str());
-                dropped += static_cast<int>(open[id].size());
-                open[id].clear();
-            }
-            for (size_t i = 0; i < air.size();) {
-                if (air[i].at <= host.milliseconds()) {
-                    const Notification arrived = air[i];
-                    air.erase(air.begin() + static_cast<std::ptrdiff_t>(i));
-                    Host::receive(arrived.id.c_str(), arrived.data);
-                } else {
-                    ++i;
+        host.onPacket = [&](const char* id, const char* channel, const HALPacket_t& packet) {
+            peers[id].link->write(channel, packet.data, packet.length);
+        };
+        for (int step = 0, next = 0; step < 500; ++step) {
+            for (auto& [id, peer] : peers) {
+                if (step < 400 && random.below(8) == 0) {
+                    peer.open.push_back(next);
+                    const std::string command = "ECHO " + std::to_string(next++) + " and some more words";
+                    Host::enqueue(id.c_str(), command.c_str(), random.below(20) * 0.03);
                 }
-            }
-            for (const std::string& robot : ids) {
-                ASSERT_EQ(ZKPendingShellCommandCount(robot.c_str()), static_cast<int>(open[robot].size()));
+                peer.link->advance(0.015);
+                for (Simulator::Notification each; peer.link->nextNotification(each);) {
+                    ZKReceivedData(id.c_str(), each.channel, each.data.data(), each.data.size());
+                }
+                if (!peer.link->isConnected()) {
+                    dropped += static_cast<int>(peer.open.size());
+                    peer.open.clear();
+                    ZKHandleDisconnect(id.c_str());
+                    peer.link->connect();
+                }
+                ASSERT_EQ(ZKPendingShellCommandCount(id.c_str()), static_cast<int>(peer.open.size()));
             }
             Host::wait(0.015);
         }
-        host.on = nullptr;
-        for (const std::string& robot : ids) {
-            Host::wait(100);
-            EXPECT_LE(ZKPendingShellCommandCount(robot.c_str()), static_cast<int>(open[robot].size()));
+        for (int i = 0; i < 100; ++i) {
+            Host::wait(0.6);  // all that is left runs into its time-out
         }
+        for (const auto& [id, peer] : peers) {
+            EXPECT_TRUE(peer.open.empty());
+        }
+        host.on = nullptr;
+        host.onPacket = nullptr;
         Host::forgetAll();
         host.take();
     }

@@ -7,8 +7,8 @@
  *
  * - Linked from its own library: ZKHAL::Simulator in CMake, ZKHALSimulator otherwise.
  * - A robot belongs to its creator and is used by one thread at a time. Different robots do not meet.
- * - Lengths are in cm, angles in degrees counter-clockwise. The room's origin is its middle, where the robot starts,
- *   looking along x. It is 200 cm long in x and 150 cm wide in y.
+ * - Lengths are in cm, angles in degrees counter-clockwise, headings from -180 to 180. The room's origin is its middle,
+ * where the robot starts, looking along x. It is 200 cm long in x and 150 cm wide in y.
  * - Nothing that is written to a robot is fatal: what it cannot read is counted and told in its state.
  */
 #ifndef ZKHAL_SIMULATOR_H

@@ -11,6 +11,7 @@ namespace Simulator {
 namespace {
 
 constexpr double kMicro = 1e6;
+constexpr double kTurn = ZKHAL::kTwoPi * kMicro;
 constexpr double kMicrometresPerCm = 1e4;
 constexpr double kTopSpeed_cm_s = 100;
 constexpr double kTopTurn_rad_s = 6;
@@ -64,7 +65,14 @@ void Chassis::driveBody(double linear_cm_s, double angular_rad_s, double acceler
     }
 }
 
-void Chassis::approach(const Pose& target, double seconds, bool isEased)
+void Chassis::approach(Pose target, double seconds, bool isEased)
+{
+    const double turns = std::round(static_cast<double>(mOdometry.heading - target.heading) / kTurn);
+    target.heading += rounded(turns * kTurn);
+    begin(target, seconds, isEased);
+}
+
+void Chassis::begin(const Pose& target, double seconds, bool isEased)
 {
     mDrive = Drive::Approach;
     mLinear = mAngular = 0;
@@ -87,7 +95,7 @@ void Chassis::approachRelative(double x_cm, double y_cm, double headingRad, doub
     target.x += from.x;
     target.y += from.y;
     target.heading += from.heading;
-    approach(target, seconds, isEased);
+    begin(target, seconds, isEased);
 }
 
 void Chassis::moveTo(const Pose& place, bool isLifted)

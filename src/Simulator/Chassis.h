@@ -31,8 +31,11 @@ public:
     /** Accelerations of 0 mean at once. */
     void driveBody(double linear_cm_s, double angular_rad_s, double acceleration_cm_s2 = 0,
                    double acceleration_rad_s2 = 0);
-    /** To a pose in its own odometry, over that many seconds, or longer at its top speed; eased at both ends if so. */
-    void approach(const Pose& target, double seconds, bool isEased);
+    /**
+     * To a pose in its own odometry, over that many seconds, or longer at its top speed; eased at both ends if so. It
+     * turns the shorter way.
+     */
+    void approach(Pose target, double seconds, bool isEased);
     /** The same, relative to where the last pose ended, or to where it is when it has been driven otherwise. */
     void approachRelative(double x_cm, double y_cm, double headingRad, double seconds, bool isEased);
 
@@ -85,6 +88,7 @@ private:
         int64_t heading;
     };
 
+    void begin(const Pose& target, double seconds, bool isEased);
     Move stepOfSpeeds(double seconds);
     Move stepOfApproach(double seconds);
     void roll(const Move& move);

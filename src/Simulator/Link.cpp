@@ -109,11 +109,8 @@ void Link::send(std::vector<Packet>& way, int64_t& lastDue_ns, Packet packet)
     if (!packet.data.empty() && happens(mFaults.truncate)) {
         packet.data.resize(mRandom.below(packet.data.size()));
     }
-    packet.due_ns = std::max(mNow_ns, lastDue_ns);
-    if (happens(mFaults.delay)) {
-        packet.due_ns += nanoseconds(mRandom.unit() * kLongestDelay);
-    }
-    lastDue_ns = packet.due_ns;
+    const double delay = happens(mFaults.delay) ? mRandom.unit() * kLongestDelay : 0;
+    lastDue_ns = packet.due_ns = std::max(mNow_ns + nanoseconds(delay), lastDue_ns);
     if (happens(mFaults.reorder)) {
         packet.due_ns += nanoseconds(mRandom.unit() * kLongestOvertaking);  // nobody waits for it
     }

@@ -88,6 +88,14 @@ void setText(char (&field)[kSize], const std::string& text)
     ZKHAL::copyToField(field, kSize, text.data(), text.size());
 }
 
+// Microradians. A turn is no whole number of them: the rest is carried along, not added up.
+int64_t withinHalfATurn(int64_t heading)
+{
+    constexpr double kTurn = ZKHAL::kTwoPi * 1e6;
+    const double turns = std::round(static_cast<double>(heading) / kTurn);
+    return heading - ZKHAL::roundHalfAway(turns * kTurn);
+}
+
 double approached(double now, double target, double step)
 {
     return now + std::clamp(target - now, -step, step);
@@ -664,9 +672,7 @@ void VirtualRobot::sense()
     const Pose& odometry = mChassis.odometry();
     report.x_mm = rounded(static_cast<double>(odometry.x) / 1000);
     report.y_mm = rounded(static_cast<double>(odometry.y) / 1000);
-    constexpr int64_t kTurn_urad = 6283185;
-    const int64_t turns = ZKHAL::roundHalfAway(static_cast<double>(odometry.heading) / kTurn_urad);
-    report.heading_mrad = rounded(static_cast<double>(odometry.heading - turns * kTurn_urad) / 1000);
+    report.heading_mrad = rounded(static_cast<double>(withinHalfATurn(odometry.heading)) / 1000);
     const auto ticks = [](int64_t travel) {
         return static_cast<int>(ZKHAL::roundHalfAway(static_cast<double>(travel) / 1e4 * kWheelTicksPerCm) & 0xFFFF);
     };
@@ -816,7 +822,9 @@ void VirtualRobot::handleDisconnect()
 void VirtualRobot::updateState()
 {
     const auto centimetres = [](int64_t micrometres) { return static_cast<double>(micrometres) / 1e4; };
-    const auto degrees = [](int64_t microradians) { return static_cast<double>(microradians) / 1e6 / kDegree; };
+    const auto degrees = [](int64_t microradians) {
+        return static_cast<double>(withinHalfATurn(microradians)) / 1e6 / kDegree;
+    };
     const Pose &place = mChassis.place(), &odometry = mChassis.odometry();
     mState.seconds = static_cast<double>(mNow_ns) / static_cast<double>(kSecond_ns);
     mState.x = centimetres(place.x);

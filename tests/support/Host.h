@@ -106,6 +106,7 @@ public:
     bool withDebug = false;
     bool withBytes = false;                                      // packets as hex instead of as text
     std::function<void(Told told, const std::string& what)> on;  // also called at each
+    std::function<void(const char* id, const char* channel, const HALPacket_t& packet)> onPacket;
 
 private:
     void tell(Told told, const std::string& what, bool record = true)
@@ -126,6 +127,9 @@ private:
         const bool isShell = std::string(channel) == "AF230000-879D-6186-1F49-DECA0E85D9C1";
         std::string text = id + std::string(isShell ? " <" : " ?");
         for (size_t i = 0; i < count; ++i) {
+            if (host(user).onPacket != nullptr) {
+                host(user).onPacket(id, channel, *packets[i]);
+            }
             const size_t frame = packets[i]->data[0] == 0xC8 ? 1 : 0;
             text += host(user).withBytes ? " " + hex(packets[i]->data, packets[i]->length) + " |"
                                          : std::string(reinterpret_cast<const char*>(packets[i]->data) + frame,

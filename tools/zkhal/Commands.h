@@ -11,5 +11,7 @@ void addEncode(CLI::App& app, int& status);
 void addExplain(CLI::App& app, int& status);
 void addDecode(CLI::App& app, int& status);
 void addAdvert(CLI::App& app, int& status);
+void addDemo(CLI::App& app, int& status);
+void addShell(CLI::App& app, int& status);
 
 }  // namespace zkhal

@@ -66,6 +66,14 @@ public:
                 }
             }
         }
+        for (const Bar& bar : chart.bars) {
+            for (const Bar::Stretch& stretch : bar.stretches) {
+                lowX = std::min(lowX, stretch.from);
+                highX = std::max(highX, stretch.to);
+            }
+            lowY = 0;
+            highY = static_cast<double>(chart.bars.size());
+        }
         isEmpty = !(lowX <= highX);
         if (isEmpty) {
             lowX = lowY = 0;
@@ -85,7 +93,7 @@ public:
             mAxisX = axisFor(lowX, highX);
             mAxisX.low = lowX;
             mAxisX.high = highX > lowX ? highX : lowX + 1;
-            mAxisY = axisFor(lowY, highY);
+            mAxisY = chart.bars.empty() ? axisFor(lowY, highY) : Axis{0, highY, 2 * highY};
         }
     }
 
@@ -109,7 +117,8 @@ public:
             svg += line(x(v), mY, x(v), mY + kPlotHeight, "grid") +
                    text(x(v), mY + kPlotHeight + 15, "tick", "middle", number(std::fabs(v) < 1e-9 ? 0 : v));
         }
-        for (double v = std::ceil(mAxisY.low / mAxisY.step) * mAxisY.step; v <= mAxisY.high + 1e-9; v += mAxisY.step) {
+        for (double v = std::ceil(mAxisY.low / mAxisY.step) * mAxisY.step;
+             chart.bars.empty() && v <= mAxisY.high + 1e-9; v += mAxisY.step) {
             svg += line(mX, y(v), mX + kPlotWidth, y(v), "grid") +
                    text(mX - 6, y(v) + 4, "tick", "end", number(std::fabs(v) < 1e-9 ? 0 : v));
         }
@@ -118,6 +127,23 @@ public:
         svg += "<text class='label' text-anchor='middle' transform='translate(" + at + ") rotate(-90)'>" +
                escaped(chart.yLabel) + "</text>\n";
         svg += text(mX, mY - 10, "title", "start", chart.title);
+        return svg;
+    }
+
+    std::string drawBars(const Chart& chart) const
+    {
+        std::string svg;
+        double row = static_cast<double>(chart.bars.size());
+        for (const Bar& bar : chart.bars) {
+            const double top = y(row - 0.15), height = y(row - 0.85) - top;
+            for (const Bar::Stretch& stretch : bar.stretches) {
+                svg += "<rect x='" + number(x(stretch.from)) + "' y='" + number(top) + "' width='" +
+                       number(x(stretch.to) - x(stretch.from)) + "' height='" + number(height) + "' fill='" +
+                       stretch.color + "'/>\n";
+            }
+            svg += text(mX - 6, top + height / 2 + 4, "tick", "end", bar.name);
+            row -= 1;
+        }
         return svg;
     }
 
@@ -168,10 +194,10 @@ std::string drawCurve(const Frame& frame, const Curve& curve)
 std::string drawChart(const Chart& chart, double x, double y)
 {
     const Frame frame(chart, x, y);
-    std::string svg = frame.drawAxes(chart) + frame.drawLegend(chart);
+    std::string svg = frame.drawAxes(chart) + frame.drawLegend(chart) + frame.drawBars(chart);
     for (const Curve& curve : chart.curves) {
         svg += drawCurve(frame, curve);
-        if (chart.isMap && !curve.points.empty()) {
+        if (chart.isMap && !curve.isBackdrop && !curve.points.empty()) {
             const Point& begin = curve.points.front();
             const Point& end = curve.points.back();
             svg += "<circle class='begin' r='5' cx='" + number(frame.x(begin.x)) + "' cy='" + number(frame.y(begin.y)) +

@@ -14,13 +14,25 @@ struct Curve {
     std::string name;
     const char* color;
     std::vector<Point> points;  // a point that is not finite interrupts the line
+    bool isBackdrop = false;    // of a map: what stands around, without begin and end
+};
+
+// Colours over time, as a bar.
+struct Bar {
+    struct Stretch {
+        double from, to;
+        std::string color;
+    };
+    std::string name;
+    std::vector<Stretch> stretches;
 };
 
 struct Chart {
     std::string title;
     std::string xLabel, yLabel;  // with their units
     std::vector<Curve> curves;
-    bool isMap = false;  // one scale for both axes, begin and end marked
+    bool isMap = false;          // one scale for both axes, begin and end marked
+    std::vector<Bar> bars = {};  // instead of curves
 };
 
 // A title over a grid of charts, two in a row.

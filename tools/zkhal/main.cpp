@@ -20,6 +20,8 @@ int main(int argc, char** argv)
     zkhal::addExplain(app, status);
     zkhal::addDecode(app, status);
     zkhal::addAdvert(app, status);
+    zkhal::addDemo(app, status);
+    zkhal::addShell(app, status);
 
     try {
         app.parse(argc, argv);
