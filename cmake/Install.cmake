@@ -36,7 +36,17 @@ set(ZKHAL_CXX_HEADERS
   HAL/RobotMessages/Components.h
   HAL/RobotMessages/Ctlr2BotMsg.h)
 if(ZKHAL_SIMULATOR)
-  list(APPEND ZKHAL_CXX_HEADERS Simulator/CommandReader.h)
+  list(APPEND ZKHAL_CXX_HEADERS
+    Simulator/Chassis.h
+    Simulator/CommandReader.h
+    Simulator/Link.h
+    Simulator/RobotModel.h
+    Simulator/RobotShell.h
+    Simulator/Room.h
+    Simulator/SeededRandom.h
+    Simulator/SensorReport.h
+    Simulator/Servo.h
+    Simulator/VirtualRobot.h)
 endif()
 foreach(header IN LISTS ZKHAL_CXX_HEADERS)
   get_filename_component(folder ${header} DIRECTORY)
@@ -59,4 +69,8 @@ else()
   set(ZKHAL_PC_REQUIRES "libcrypto")
 endif()
 configure_file(cmake/zkhal.pc.in zkhal.pc @ONLY)
+if(ZKHAL_SIMULATOR)
+  configure_file(cmake/zkhal-simulator.pc.in zkhal-simulator.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/zkhal-simulator.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endif()
 install(FILES ${PROJECT_BINARY_DIR}/zkhal.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

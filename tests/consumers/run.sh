@@ -22,11 +22,19 @@ own: id poke 4 timeout
 report: ''"
 [ "$("$work/consumer/host")" = "$expected" ] || { echo "host prints something else"; exit 1; }
 
+expected="26 bytes, Virtual Pel, 7 characteristics
+FINE
+10.00 cm"
+[ "$("$work/consumer/simulator")" = "$expected" ] || { echo "simulator prints something else"; exit 1; }
+
 # With pkg-config.
 export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig"
 # shellcheck disable=SC2046  # lists of options
 "$CC" "$source/tests/consumers/consumer.c" -o "$work/by_pkg_config" $(pkg-config --cflags --libs zkhal)
 [ "$(LD_LIBRARY_PATH=$work/prefix/lib "$work/by_pkg_config")" = "01 01 2C FE D4" ]
+# shellcheck disable=SC2046
+"$CC" "$source/tests/consumers/simulator.c" -o "$work/simulator" $(pkg-config --cflags --libs zkhal-simulator)
+[ "$(LD_LIBRARY_PATH=$work/prefix/lib "$work/simulator")" = "$expected" ]
 # shellcheck disable=SC2046
 "$CC" "$source/examples/host.c" -o "$work/example_host" $(pkg-config --cflags --libs zkhal)
 LD_LIBRARY_PATH=$work/prefix/lib "$work/example_host" >"$work/example"

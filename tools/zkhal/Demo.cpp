@@ -127,9 +127,15 @@ private:
     {
         constexpr int kAttempts = 3;
         std::string answer;
-        for (int i = 0; i < kAttempts && !mSession.ask(command, 0.5, answer); ++i) {
+        bool isAnswered = false;
+        Bar bar = {command.substr(0, command.find(' ')), {}};
+        for (int i = 0; i < kAttempts && !isAnswered; ++i) {
+            const double start = mSession.seconds();
+            isAnswered = mSession.ask(command, 0.5, answer);
+            bar.stretches.push_back({start, mSession.seconds(), isAnswered ? kGreen : kOrange});
             mSession.run(0.1);
         }
+        mAsked.push_back(bar);
     }
 
     void take(double t, const std::string& json)
@@ -182,10 +188,12 @@ private:
         char text[8];
         std::snprintf(text, sizeof text, "#%02x%02x%02x", static_cast<unsigned>(color.red),
                       static_cast<unsigned>(color.green), static_cast<unsigned>(color.blue));
+        if (!bar.stretches.empty()) {
+            bar.stretches.back().to = t;
+        }
         if (bar.stretches.empty() || bar.stretches.back().color != text) {
             bar.stretches.push_back({t, t, text});
         }
-        bar.stretches.back().to = t + 1.0 / 30;
     }
 
     void finish(bool drives)
@@ -203,13 +211,25 @@ private:
         if (mOptions.svg.empty()) {
             return;
         }
-        const Simulator::Room& room = mSession.robot().room();
-        const double x = room.length / 2, y = room.width / 2;
-        const Curve walls = {"walls", "#888888", {{-x, -y}, {x, -y}, {x, y}, {-x, y}, {-x, -y}}, true};
-        mReported.isBackdrop = true;
-        const char kTime[] = "time (s)";
         std::vector<Chart> charts;
+        if (mOptions.robotType == ZK_ROBOT_RUSK) {
+            charts.push_back({"Shell: answered (green) or not (orange)", kTime, "", {}, false, mAsked});
+        } else {
+            drawSenses(drives, charts);
+        }
+        writeFile(mOptions.svg, drawPicture("A lesson with " + robotName(mOptions.robotType) + ", seed " +
+                                                std::to_string(mOptions.seed),
+                                            charts));
+        std::printf("the picture is %s\n", mOptions.svg.c_str());
+    }
+
+    void drawSenses(bool drives, std::vector<Chart>& charts)
+    {
         if (drives) {
+            const Simulator::Room& room = mSession.robot().room();
+            const double x = room.length / 2, y = room.width / 2;
+            const Curve walls = {"walls", "#888888", {{-x, -y}, {x, -y}, {x, y}, {-x, y}, {-x, -y}}, true};
+            mReported.isBackdrop = true;
             charts.push_back({"Path in the room", "x (cm)", "y (cm)", {walls, mReported, mDriven}, true});
         }
         charts.push_back({"Lights", kTime, "", {}, false, {mLight102, mLight103, mLight104}});
@@ -219,12 +239,9 @@ private:
             charts.push_back({"Heading", kTime, "angle (degrees)", {mHeading}});
         }
         charts.push_back({"Microphone and button", kTime, "", {mLoudness, mClap, mButton}});
-        writeFile(mOptions.svg, drawPicture("A lesson with " + robotName(mOptions.robotType) + ", seed " +
-                                                std::to_string(mOptions.seed),
-                                            charts));
-        std::printf("the picture is %s\n", mOptions.svg.c_str());
     }
 
+    static constexpr char kTime[] = "time (s)";
     static constexpr const char *kBlue = "#1f6fb4", *kOrange = "#d9661f", *kGreen = "#3a8f3a";
     const DemoOptions& mOptions;
     Session mSession;
@@ -234,6 +251,7 @@ private:
     Curve mLeft{"left", kBlue, {}}, mRight{"right", kOrange, {}}, mRear{"rear", kGreen, {}};
     Curve mPan{"pan", kBlue, {}}, mTilt{"tilt", kOrange, {}}, mHeading{"heading", kBlue, {}};
     Curve mLoudness{"loudness", kBlue, {}}, mClap{"clap", kOrange, {}}, mButton{"button 1", kGreen, {}};
+    std::vector<Bar> mAsked;
     Bar mLight102{"102", {}}, mLight103{"103", {}}, mLight104{"104", {}};
 };
 

@@ -217,7 +217,8 @@ std::string drawChart(const Chart& chart, double x, double y)
 std::string drawPicture(const std::string& title, const std::vector<Chart>& charts)
 {
     const int rows = (static_cast<int>(charts.size()) + kColumns - 1) / kColumns;
-    const std::string width = number(kColumns * kWidth), height = number(kHead + rows * kHeight);
+    const int columns = std::min(static_cast<int>(charts.size()), kColumns);
+    const std::string width = number(columns * kWidth), height = number(kHead + rows * kHeight);
     std::string svg = "<svg xmlns='http://www.w3.org/2000/svg' width='" + width + "' height='" + height +
                       "' viewBox='0 0 " + width + ' ' + height +
                       "' font-family='sans-serif'>\n"

@@ -45,12 +45,21 @@ Session::Session(uint32_t robotType, uint64_t seed, const Simulator::Faults& fau
     ZKSetClock(&clock);
     const ZKHostCallbacks callbacks = {sizeof callbacks, this, transmit, completed, failed, logged};
     ZKSetHostCallbacks(&callbacks);
+    ZKSetMessageSink(
+        [](void* user, int, const char* text) {
+            std::string words = text;
+            words.erase(words.find_last_not_of('\n') + 1);
+            auto& session = *static_cast<Session*>(user);
+            session.mTell(session.seconds(), "host", ZKHAL::printable(words));
+        },
+        this);
     ZKTick();
 }
 
 Session::~Session()
 {
     ZKForgetRobot(kRobotId);
+    ZKSetMessageSink(nullptr, nullptr);
     ZKSetHostCallbacks(nullptr);
     ZKSetClock(nullptr);
 }
