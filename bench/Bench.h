@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -29,5 +30,10 @@ void addSensorBenchmarks();
 // A command to each of so many robots, named "engine/count".
 constexpr int kRobotCounts[] = {100, 1000, 10000};
 void addEngineBenchmarks();
+
+// So many virtual robots for so long: what they report is decoded, and made.
+constexpr uint32_t kClassroomRobots = 30;
+constexpr int kClassroomSeconds = 10;
+void addClassroomBenchmarks();
 
 }  // namespace bench

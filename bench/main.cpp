@@ -126,7 +126,17 @@ void printSensorTable(Collector& results)
         "packets2Json %.0f (%.0f allocations), std::to_chars of its numbers alone %.0f, std::ostringstream %.0f\n",
         ours, results.allocations("packets2Json"), toChars, stream);
     std::printf("packets2Json / to_chars: %.2f; ostringstream / packets2Json: %.1f\n", ours / toChars, stream / ours);
-    std::printf("robots at 30 reports a second that one core decodes: %.0f\n", 1e9 / ours / 30);
+}
+
+void printClassroomTable(Collector& results)
+{
+    const auto robots = [&](const char* name) {
+        return kClassroomRobots * kClassroomSeconds * 1e9 / results.median(name);
+    };
+    std::printf("\nA classroom of %u virtual robots at 30 reports a second, in real time on one core\n",
+                static_cast<unsigned>(kClassroomRobots));
+    std::printf("robots whose reports are decoded: %.0f; virtual robots that are simulated: %.0f\n",
+                robots("classroom/decode"), robots("classroom/simulate"));
 }
 
 void printEngineTable(Collector& results)
@@ -164,10 +174,12 @@ int main(int argc, char** argv)
     bench::addSimdjsonBenchmarks();
     bench::addSensorBenchmarks();
     bench::addEngineBenchmarks();
+    bench::addClassroomBenchmarks();
     bench::Collector results;
     benchmark::RunSpecifiedBenchmarks(&results);
     bench::printCommandTable(results);
     bench::printSensorTable(results);
     bench::printEngineTable(results);
+    bench::printClassroomTable(results);
     return 0;
 }
