@@ -166,6 +166,64 @@ TEST_F(SimulatorTest, WallsStopItAndItsSensorsSeeThem)
     expectPose(0, -40, 90);
     EXPECT_NEAR(robot->state().odometryX, 72, 0.02);
     EXPECT_NEAR(robot->state().odometryHeading, 0, 0.02);
+    robot->lift(true);
+    command(R"({"211":{"left_cm_s":10,"right_cm_s":10}})");
+    robot->advance(1);
+    expectPose(0, -40, 90);
+    EXPECT_NEAR(robot->state().odometryX, 82, 0.02) << "in the air its wheels turn all the same";
+
+    // Turned by hand the shorter way, over the half turn.
+    robot = VirtualRobot::create(ZK_ROBOT_ORVIK, 1);
+    robot->moveByHand(0, 0, 179);
+    const double before = robot->state().rightTravel;
+    robot->moveByHand(0, 0, -179);
+    EXPECT_NEAR(robot->state().rightTravel - before, 5 * 2 * 3.14159265 / 180, 0.01);
+    robot->moveByHand(NAN, NAN, 0);
+    expectPose(0, 0, 0);
+    // A pose behind a wall is not reached.
+    command(R"({"205":{"x":300,"y":0,"degree":0,"time":1,"mode":1}})");
+    robot->advance(4);
+    expectPose(92, 0, 0);
+    EXPECT_EQ(robot->state().posesReached, 0);
+    const auto pell = VirtualRobot::create(ZK_ROBOT_PELL, 1);
+    pell->moveByHand(50, 0, 90);
+    EXPECT_EQ(pell->state().x, 50);
+    EXPECT_EQ(pell->state().leftTravel, 0) << "it has no wheels";
+}
+
+TEST_F(SimulatorTest, ReportsAndEventsInTurn)
+{
+    for (int i = 0; i < 300; ++i) {
+        robot->advance(1.0 / 30);
+        ASSERT_EQ(take(*robot, Kestrel::gChannelSensorPacket1).size(), 1u) << i;
+    }
+    // Under a ping for every report the battery and the claps still come through.
+    int pings = 0, batteries = 0, claps = 0;
+    for (int i = 0; i < 300; ++i) {
+        command(R"({"9000":{"pingID":5}})");
+        if (i % 100 == 0) {
+            robot->clap(0);
+        }
+        robot->advance(1.0 / 30);
+        for (const std::string& packet : take(*robot, Kestrel::gChannelSensorPacket1)) {
+            const std::string event1 = packet.substr(57);
+            pings += event1 == "FF";
+            batteries += event1 == "02";
+            claps += event1 == "08";
+        }
+    }
+    EXPECT_GT(pings, 280);
+    EXPECT_EQ(batteries, 10);
+    EXPECT_EQ(claps, 3);
+    for (int i = 0; i < 100; ++i) {
+        command(R"({"9000":{"pingID":5}})");
+    }
+    EXPECT_GT(robot->state().commandsIgnored, 0u) << "what is too much is told";
+    robot->handleDisconnect();
+    robot->advance(0.1);
+    for (const std::string& packet : take(*robot, Kestrel::gChannelSensorPacket1)) {
+        EXPECT_NE(packet.substr(57), "FF");
+    }
 }
 
 TEST_F(SimulatorTest, HeadServosHaveSpeedsAndLimits)
@@ -266,22 +324,24 @@ TEST_F(SimulatorTest, BytesOfAllFamilies)
     }
     EXPECT_EQ(VirtualRobot::create(2001, 1), nullptr);
 
-    // A report of a robot at rest but for the noise: sequence 1, time 3 hundredths, 1 g upwards, a battery later on.
+    // The second report of a robot at rest, but for the noise: the first one tells the clap count.
     robot->moveByHand(12.3, -4.5, 90);
     robot->press(3, true);
     robot->clap(-90);
-    robot->advance(1.0 / 30 + 1e-6);
+    robot->advance(1.0 / 30);
+    report(*robot);
+    robot->advance(1.0 / 30);
     std::vector<std::string> first, second;
     for (Notification each; robot->nextNotification(each);) {
         (each.channel == Kestrel::gChannelSensorPacket1 ? first : second)
             .push_back(hex(reinterpret_cast<const uint8_t*>(each.data.data()), each.data.size()));
     }
     ASSERT_EQ(first.size(), 1u);
-    EXPECT_EQ(first[0].substr(0, 5), "10 03");
+    EXPECT_EQ(first[0].substr(0, 5), "20 06");
     EXPECT_EQ(first[0].substr(21), "FF 80 00 00 01 01 00 00 06 56 0F 18 08")
         << "loud, button 3, clap 1 from 384 of 512";
     // x 123 mm, y -45 mm, heading 1571 mrad; ticks of the wheels; head straight.
-    EXPECT_EQ(second[0].substr(0, 17), "10 00 00 00 00 00");
+    EXPECT_EQ(second[0].substr(0, 17), "20 00 00 00 00 00");
     EXPECT_EQ(second[0].substr(27, 14), "0F 7B D3 23 06");
 }
 
@@ -291,7 +351,11 @@ TEST_F(SimulatorTest, NothingItIsSentIsFatal)
     const auto rusk = VirtualRobot::create(ZK_ROBOT_RUSK, 1);
     send(*pell, R"({"106":{"brightness":1}})");
     const uint8_t wheels[] = {0x01, 0x01, 0x2C, 0x01, 0x2C};
+    const uint8_t lightOfQuill[] = {0x30, 0xFF, 0xFF, 0xFF};
     pell->write(Kestrel::gChannelCommandControl.c_str(), wheels, sizeof wheels);
+    pell->write(Kestrel::gChannelCommandControl.c_str(), lightOfQuill, sizeof lightOfQuill);
+    EXPECT_TRUE(pell->write(Kestrel::gChannelFileTransferControl.c_str(), wheels, 1));
+    EXPECT_EQ(pell->state().fileWrites, 1u);
     pell->write(Kestrel::gChannelCommandControl.c_str(), wheels, 3);
     pell->write(Kestrel::gChannelCommandControl.c_str(), nullptr, 9);
     EXPECT_FALSE(pell->write(Kestrel::gChannelSensorPacket1.c_str(), wheels, 5));
@@ -299,7 +363,7 @@ TEST_F(SimulatorTest, NothingItIsSentIsFatal)
     EXPECT_FALSE(rusk->write(Kestrel::gChannelCommandControl.c_str(), wheels, 5));
     pell->write(Kestrel::gChannelShellControl.c_str(), wheels, 5);
     EXPECT_EQ(pell->state().commandsDone, 1u);
-    EXPECT_EQ(pell->state().commandsIgnored, 1u);
+    EXPECT_EQ(pell->state().commandsIgnored, 2u);
     EXPECT_EQ(pell->state().packetsUnreadable, 2u);
     EXPECT_EQ(pell->state().wrongWrites, 2u);
     EXPECT_EQ(pell->state().shellTextLost, 1u);

@@ -78,8 +78,9 @@ typedef struct ZKVirtualRobotState {
     uint8_t personalityColor, personalityAnimation, personalityVolume, personalityEyeBrightness, avatar;
 
     uint32_t commandsDone;
-    uint32_t commandsIgnored;   /* to parts that it does not have */
+    uint32_t commandsIgnored;   /* to parts that it does not have, or too many to keep */
     uint32_t packetsUnreadable; /* in part or wholly */
+    uint32_t fileWrites;        /* to its file transfer, which takes anything and keeps nothing */
     uint32_t wrongWrites;       /* to characteristics that take none */
     uint32_t shellLines;        /* shell commands heard */
     uint32_t shellTextLost;     /* shell packets without a frame, and lines that are too long */
@@ -108,7 +109,7 @@ ZK_API size_t ZKVirtualRobotCharacteristics(const ZKVirtualRobot* robot, const c
 /** Writes to a characteristic. Any bytes of any length; false when the characteristic takes no writes. */
 ZK_API bool ZKVirtualRobotWrite(ZKVirtualRobot* robot, const char* channel, const uint8_t* data, size_t length);
 
-/** Lets time pass, at most an hour in one call. It senses 30 times a second. */
+/** Lets time pass, at most an hour in one call. Orvik, Pell and Quill report 30 times a second. */
 ZK_API void ZKVirtualRobotAdvance(ZKVirtualRobot* robot, double seconds);
 
 /**
@@ -122,7 +123,7 @@ ZK_API bool ZKVirtualRobotNextNotification(ZKVirtualRobot* robot, const char** c
 /** Valid until the robot is destroyed; changes with each call. */
 ZK_API const ZKVirtualRobotState* ZKVirtualRobotGetState(const ZKVirtualRobot* robot);
 
-/** The connection is gone: it stops, and forgets a half command line. */
+/** The connection is gone: it stops, and forgets a half command line and what it was about to notify. */
 ZK_API void ZKVirtualRobotHandleDisconnect(ZKVirtualRobot* robot);
 
 /** Answers a shell command from now on with a text of your own; null: with none at all. */
@@ -130,7 +131,8 @@ ZK_API void ZKVirtualRobotSetAnswer(ZKVirtualRobot* robot, const char* command, 
 
 /* Hands on the robot. */
 
-/** Moves it over the floor, where its wheels turn along, or through the air when it is lifted. Walls stop it. */
+/** Moves it over the floor, where its wheels turn along, or through the air when it is lifted. Walls stop it. Numbers
+ * that are not finite leave it, or its head, where it is. */
 ZK_API void ZKVirtualRobotMoveByHand(ZKVirtualRobot* robot, double x, double y, double heading);
 /** Turns its head by hand, up to its limits. */
 ZK_API void ZKVirtualRobotTurnHead(ZKVirtualRobot* robot, double pan, double tilt);

@@ -6,6 +6,7 @@
 #include "ZKHAL/Engine.h"
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/HostCallbacks.h"
+#include "ZKHAL/Puppet.h"
 #include "ZKHAL/Translation.h"
 #include "ZKHAL/Translator.h"
 #include "ZKHAL/Utilities.h"

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/CheckFindings.h"
 #include "CoreUtility/CommandVocabulary.h"
 #include "CoreUtility/FormatText.h"
 #include "CoreUtility/Messages.h"
@@ -25,8 +26,6 @@ using ZKHAL::decimalPrefix;
 using ZKHAL::formatted;
 using ZKHAL::orEmpty;
 
-constexpr size_t kMaxFindings = 64 * 1024;
-
 // Parameters that a component's record takes and its command does not carry.
 struct UnsentKeys {
     uint32_t id;
@@ -40,74 +39,6 @@ constexpr UnsentKeys kUnsentKeys[] = {
     {ZK_COMPONENT_TILT_208, {"degree", "time", "hold"}},
     {ZK_COMPONENT_PAN_209, {"degree", "time", "hold"}},
     {ZK_COMPONENT_AUDIO_SYNTH, {"type"}},
-};
-
-// Lines of findings, each with its place in the original text.
-class Findings {
-public:
-    Findings(const char* text, const ZKHAL::JsonDocument& document, std::string& lines)
-        : mDocument(document), mLines(lines)
-    {
-        mLineStarts.push_back(0);
-        for (const char* end = text; (end = std::strchr(end, '\n')) != nullptr;) {
-            mLineStarts.push_back(static_cast<size_t>(++end - text));
-        }
-    }
-
-    void refuse(size_t offset, const std::string& what)
-    {
-        mRefused = true;
-        add(offset, "refused", what);
-    }
-    void remark(size_t offset, const std::string& what)
-    {
-        mRemarked = true;
-        add(offset, "remark", what);
-    }
-    bool refused() const
-    {
-        return mRefused;
-    }
-    bool remarked() const
-    {
-        return mRemarked;
-    }
-
-    // Of the quote before a member's name. What has no name is spoken of at the member that holds it.
-    size_t offsetOf(const nx_json* member) const
-    {
-        return member->key != nullptr ? offsetOf(member->key - 1) : 0;
-    }
-    size_t offsetOf(const char* at) const
-    {
-        return static_cast<size_t>(at - mDocument.text());
-    }
-
-private:
-    void add(size_t offset, const char* severity, const std::string& what)
-    {
-        if (mLines.size() > kMaxFindings) {
-            if (!mCut) {
-                mLines += "\n... and more";
-                mCut = true;
-            }
-            return;
-        }
-        const auto next = std::upper_bound(mLineStarts.begin(), mLineStarts.end(), offset);
-        const auto line = static_cast<size_t>(next - mLineStarts.begin());
-        if (!mLines.empty()) {
-            mLines += '\n';
-        }
-        mLines += formatted("%zu:%zu: %s: ", line, offset - *(next - 1) + 1, severity);
-        mLines += ZKHAL::printable(what);
-    }
-
-    const ZKHAL::JsonDocument& mDocument;
-    std::string& mLines;
-    std::vector<size_t> mLineStarts;
-    bool mRefused = false;
-    bool mRemarked = false;
-    bool mCut = false;
 };
 
 // A name from a document, cut at a character when it is long.
@@ -150,24 +81,7 @@ void refuseMember(const nx_json* member, uint32_t robotType, Findings& findings)
     }
 }
 
-// Whether the text is a document at all.
-bool isCommandDocument(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, Findings& findings)
-{
-    if (root == nullptr) {
-        const ZKHAL::JsonError& error = document.error();
-        const size_t offset = findings.offsetOf(error.at);
-        const std::string rest(text + offset, std::strcspn(text + offset, "\r\n"));
-        const bool isEnd = text[offset] == '\0';
-        findings.refuse(offset, isEnd ? std::string("not JSON: the text ends before the document does")
-                                      : formatted("not JSON: %s at ", error.reason) + quoted(rest.c_str()));
-        return false;
-    }
-    if (root->type != NX_JSON_OBJECT) {
-        findings.refuse(0, "a command document is an object of components, like {\"106\":{\"brightness\":1}}");
-        return false;
-    }
-    return true;
-}
+constexpr char kDocument[] = "a command document is an object of components, like {\"106\":{\"brightness\":1}}";
 
 bool hasMember(const nx_json* params, const char* key)
 {
@@ -230,7 +144,8 @@ constexpr SettingKeys kSettingKeys[] = {
 
 class Checker {
 public:
-    Checker(uint32_t robotType, Findings& findings) : mFindings(findings), mBuffer(&mRobot)
+    Checker(uint32_t robotType, Findings& findings, bool isOfAnimation)
+        : mFindings(findings), mBuffer(&mRobot), mIsOfAnimation(isOfAnimation)
     {
         mRobot._setRobotType(robotType);
     }
@@ -249,23 +164,6 @@ public:
             checkComponent(member);
         }
         checkPacking();
-    }
-
-    // What stands behind the document, and what its texts lose.
-    void checkText(const char* text, const char* end)
-    {
-        const size_t behind = mFindings.offsetOf(end);
-        const size_t rest = behind + std::strspn(text + behind, " \t\r\n");
-        if (text[rest] != '\0') {
-            mFindings.remark(rest, "what follows the document is ignored");
-        }
-        for (size_t at = 0; at < behind; ++at) {
-            if (text[at] == '\\' && text[at + 1] == 'u') {
-                mFindings.remark(at, "\\u escapes are dropped: write the characters themselves, as UTF-8");
-                return;
-            }
-            at += text[at] == '\\' ? 1 : 0;
-        }
     }
 
 private:
@@ -486,7 +384,9 @@ private:
     void checkUnsent(uint32_t id, const nx_json* member, const char* name)
     {
         const auto remarkUnsent = [&](const char* key) {
-            if (key != nullptr && hasMember(member, key)) {
+            // Puppet sequences always write a time for the head.
+            const bool isExpected = mIsOfAnimation && key != nullptr && std::strcmp(key, "time") == 0;
+            if (key != nullptr && hasMember(member, key) && !isExpected) {
                 remark(nx_json_get(member, key), formatted("\"%s\" is not sent by %s", key, name));
             }
         };
@@ -619,7 +519,7 @@ private:
             const size_t origin = originOf(command.bits);
             if (command.placement == Placement::NoRoom) {
                 mFindings.remark(origin, formatted("no room is left: %s is not sent", command.name));
-            } else if (command.placement == Placement::Packet2) {
+            } else if (command.placement == Placement::Packet2 && !mIsOfAnimation) {
                 mFindings.remark(origin,
                                  formatted("%s goes into a third packet, which json2Packets drops", command.name));
             }
@@ -659,6 +559,7 @@ private:
     HAL::RobotHW mRobot;
     BotMessengerBuffer mBuffer;
     HAL::Ctlr2BotMsg mMessage;
+    bool mIsOfAnimation;  // which takes all three packets
     size_t mOrigin[64] = {};
     const nx_json* mEyeWithoutBrightness = nullptr;
     bool mHeadMoves = false;
@@ -667,6 +568,53 @@ private:
 };
 
 }  // namespace
+
+bool isObjectText(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, const char* ofWhat,
+                  Findings& findings)
+{
+    if (root == nullptr) {
+        const ZKHAL::JsonError& error = document.error();
+        const size_t offset = findings.offsetOf(error.at);
+        const std::string rest(text + offset, std::strcspn(text + offset, "\r\n"));
+        const bool isEnd = text[offset] == '\0';
+        findings.refuse(offset, isEnd ? std::string("not JSON: the text ends before the document does")
+                                      : formatted("not JSON: %s at ", error.reason) + quoted(rest.c_str()));
+        return false;
+    }
+    if (root->type != NX_JSON_OBJECT) {
+        findings.refuse(0, ofWhat);
+        return false;
+    }
+    return true;
+}
+
+void checkCommands(const nx_json* commands, uint32_t robotType, bool isOfAnimation, Findings& findings)
+{
+    Checker(robotType, findings, isOfAnimation).check(commands);
+}
+
+void checkText(const char* text, const char* end, Findings& findings)
+{
+    const size_t behind = findings.offsetOf(end);
+    const size_t rest = behind + std::strspn(text + behind, " \t\r\n");
+    if (text[rest] != '\0') {
+        findings.remark(rest, "what follows the document is ignored");
+    }
+    for (size_t at = 0; at < behind; ++at) {
+        if (text[at] == '\\' && text[at + 1] == 'u') {
+            findings.remark(at, "\\u escapes are dropped: write the characters themselves, as UTF-8");
+            return;
+        }
+        at += text[at] == '\\' ? 1 : 0;
+    }
+}
+
+CheckResult resultOf(const Findings& findings)
+{
+    return findings.refused()    ? CheckResult::Refused
+           : findings.remarked() ? CheckResult::Remarks
+                                 : CheckResult::Accepted;
+}
 
 bool findRefusals(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, uint32_t robotType,
                   std::string& lines)
@@ -680,7 +628,7 @@ bool findRefusals(const char* text, const ZKHAL::JsonDocument& document, const n
         return false;
     }
     Findings findings(text, document, lines);
-    if (isCommandDocument(text, document, root, findings)) {
+    if (isObjectText(text, document, root, kDocument, findings)) {
         for (const nx_json* member = root->child; member != nullptr; member = member->next) {
             refuseMember(member, robotType, findings);
         }
@@ -697,14 +645,11 @@ CheckResult checkCommandDocument(const char* text, uint32_t robotType, std::stri
     ZKHAL::JsonDocument document;
     const nx_json* root = document.parse(text, length);
     Findings findings(text, document, lines);
-    if (isCommandDocument(text, document, root, findings)) {
-        Checker checker(robotType, findings);
-        checker.check(root);
-        checker.checkText(text, document.end());
+    if (isObjectText(text, document, root, kDocument, findings)) {
+        checkCommands(root, robotType, false, findings);
+        checkText(text, document.end(), findings);
     }
-    return findings.refused()    ? CheckResult::Refused
-           : findings.remarked() ? CheckResult::Remarks
-                                 : CheckResult::Accepted;
+    return resultOf(findings);
 }
 
 }  // namespace APICore

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "CoreUtility/CheckFindings.h"
 #include "CoreUtility/JsonDocument.h"
 #include "CoreUtility/nx_json.h"
 
@@ -25,5 +26,16 @@ bool findRefusals(const char* text, const ZKHAL::JsonDocument& document, const n
  * findings is cut after about 64 KiB of text; the result counts all.
  */
 CheckResult checkCommandDocument(const char* text, uint32_t robotType, std::string& findings);
+
+// The pieces of it, for documents that hold commands.
+
+/** Whether the text is JSON, and an object; what else it should be is said in `ofWhat`. */
+bool isObjectText(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, const char* ofWhat,
+                  Findings& findings);
+/** An object of commands. An animation takes all three of its packets. */
+void checkCommands(const nx_json* commands, uint32_t robotType, bool isOfAnimation, Findings& findings);
+/** What stands behind the document, and what its texts lose. */
+void checkText(const char* text, const char* end, Findings& findings);
+CheckResult resultOf(const Findings& findings);
 
 }  // namespace APICore

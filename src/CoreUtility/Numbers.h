@@ -58,6 +58,14 @@ constexpr double radiansFromDegrees(double degrees)
     return degrees * 2 * kPi / 360;
 }
 
+// Single precision; beyond its range the infinities.
+inline float narrowed(double value)
+{
+    constexpr double kMost = std::numeric_limits<float>::max();
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    return value > kMost ? kInfinity : value < -kMost ? -kInfinity : static_cast<float>(value);
+}
+
 // A level of a document, 0.0 to 1.0, as a byte. Not clamped: 1.5 gives 382, of which the low byte 126 remains.
 inline uint8_t levelByte(double level)
 {

@@ -26,6 +26,12 @@ int64_t rounded(double value)
     return ZKHAL::roundHalfAway(value);
 }
 
+// The same direction, at most half a turn away.
+int64_t nearestTurn(int64_t heading, int64_t from)
+{
+    return heading + rounded(std::round(static_cast<double>(from - heading) / kTurn) * kTurn);
+}
+
 double towards(double now, double target, double acceleration, double seconds)
 {
     const double step = acceleration * seconds;
@@ -67,8 +73,7 @@ void Chassis::driveBody(double linear_cm_s, double angular_rad_s, double acceler
 
 void Chassis::approach(Pose target, double seconds, bool isEased)
 {
-    const double turns = std::round(static_cast<double>(mOdometry.heading - target.heading) / kTurn);
-    target.heading += rounded(turns * kTurn);
+    target.heading = nearestTurn(target.heading, mOdometry.heading);
     begin(target, seconds, isEased);
 }
 
@@ -98,26 +103,24 @@ void Chassis::approachRelative(double x_cm, double y_cm, double headingRad, doub
     begin(target, seconds, isEased);
 }
 
-void Chassis::moveTo(const Pose& place, bool isLifted)
+void Chassis::moveTo(Pose place, bool isOnFloor)
 {
     stop();
-    const double margin = kBodyRadius_cm;
-    Pose inside = place;
-    inside.x = rounded(mRoom.clampX(static_cast<double>(place.x) / kMicrometresPerCm, margin) * kMicrometresPerCm);
-    inside.y = rounded(mRoom.clampY(static_cast<double>(place.y) / kMicrometresPerCm, margin) * kMicrometresPerCm);
-    if (isLifted) {
-        mPlace = inside;
-        return;
+    const auto inside = [](double clamped_cm) { return rounded(clamped_cm * kMicrometresPerCm); };
+    place.x = inside(mRoom.clampX(static_cast<double>(place.x) / kMicrometresPerCm, kBodyRadius_cm));
+    place.y = inside(mRoom.clampY(static_cast<double>(place.y) / kMicrometresPerCm, kBodyRadius_cm));
+    place.heading = nearestTurn(place.heading, mPlace.heading);
+    if (isOnFloor) {
+        // Its odometry is turned against the room when it has been carried.
+        const double turned = radians(mOdometry.heading - mPlace.heading);
+        const double c = cosine(turned), s = sine(turned);
+        const double x = static_cast<double>(place.x - mPlace.x), y = static_cast<double>(place.y - mPlace.y);
+        roll({x * c - y * s, x * s + y * c, place.heading - mPlace.heading});
     }
-    // Its odometry is turned against the room when it has been carried.
-    const double turned = radians(mOdometry.heading - mPlace.heading);
-    const double x = static_cast<double>(inside.x - mPlace.x), y = static_cast<double>(inside.y - mPlace.y);
-    roll({x * cosine(turned) - y * sine(turned), x * sine(turned) + y * cosine(turned),
-          inside.heading - mPlace.heading});
-    mPlace = inside;  // to the micrometre
+    mPlace = place;
 }
 
-void Chassis::advance(double seconds)
+void Chassis::advance(double seconds, bool isOnFloor)
 {
     mTurnRate = 0;
     mIsStalled = false;
@@ -125,13 +128,14 @@ void Chassis::advance(double seconds)
         return;
     }
     const int64_t before = mOdometry.heading;
-    roll(mDrive == Drive::Speeds ? stepOfSpeeds(seconds) : stepOfApproach(seconds));
-    mTurnRate = radians(mOdometry.heading - before) / seconds;
+    const Move wanted = mDrive == Drive::Speeds ? stepOfSpeeds(seconds) : stepOfApproach(seconds);
+    roll(isOnFloor ? withinWalls(wanted) : wanted);
+    mTurnRate = isOnFloor ? radians(mOdometry.heading - before) / seconds : 0;
     if (mDrive == Drive::Approach && mElapsed >= mDuration) {
         mDrive = Drive::Stopped;
         // Not behind a wall: the next relative pose then counts from where it stands.
         mTargetIsValid = mOdometry.x == mTarget.x && mOdometry.y == mTarget.y;
-        ++mPosesReached;
+        mPosesReached += mTargetIsValid ? 1 : 0;
     }
 }
 
@@ -172,8 +176,8 @@ Chassis::Move Chassis::stepOfApproach(double seconds)
             rounded(between(mFrom.heading, mTarget.heading)) - mOdometry.heading};
 }
 
-// One step over the floor, as far as the walls allow; the wheels turn along.
-void Chassis::roll(const Move& move)
+// Moves the robot in the room as far as the walls allow. What it has done, along the axes of its odometry.
+Chassis::Move Chassis::withinWalls(const Move& move)
 {
     const double turned = radians(mPlace.heading - mOdometry.heading);
     const double c = cosine(turned), s = sine(turned);
@@ -181,28 +185,30 @@ void Chassis::roll(const Move& move)
     const double wantedY = static_cast<double>(mPlace.y) + move.x * s + move.y * c;
     const double x = mRoom.clampX(wantedX / kMicrometresPerCm, kBodyRadius_cm) * kMicrometresPerCm;
     const double y = mRoom.clampY(wantedY / kMicrometresPerCm, kBodyRadius_cm) * kMicrometresPerCm;
-    const bool isBlocked = std::abs(x - wantedX) > 1 || std::abs(y - wantedY) > 1;
-    mIsStalled = mIsStalled || isBlocked;
-    Move done = move;
-    if (isBlocked) {
-        const double placeX = x - static_cast<double>(mPlace.x), placeY = y - static_cast<double>(mPlace.y);
-        done = {placeX * c + placeY * s, placeY * c - placeX * s, move.heading};
-    }
-    const double middle = radians(mOdometry.heading) + radians(done.heading) / 2;
-    // Along the arc, of which the move is the chord.
-    const double chord = done.x * cosine(middle) + done.y * sine(middle);
-    const double ratio = sineRatio(radians(done.heading) / 2);
-    const double forward = std::abs(ratio) > 0.1 ? chord / ratio : chord;
-    const double sideways = radians(done.heading) * kTrack_cm / 2 * kMicrometresPerCm;
-    mLeftTravel += rounded(forward - sideways);
-    mRightTravel += rounded(forward + sideways);
-
-    mOdometry.x = rounded(static_cast<double>(mOdometry.x) + done.x);
-    mOdometry.y = rounded(static_cast<double>(mOdometry.y) + done.y);
-    mOdometry.heading += done.heading;
+    const double doneX = x - static_cast<double>(mPlace.x), doneY = y - static_cast<double>(mPlace.y);
+    mIsStalled = std::abs(x - wantedX) > 1 || std::abs(y - wantedY) > 1;
     mPlace.x = rounded(x);
     mPlace.y = rounded(y);
-    mPlace.heading += done.heading;
+    mPlace.heading += move.heading;
+    return mIsStalled ? Move{doneX * c + doneY * s, doneY * c - doneX * s, move.heading} : move;
+}
+
+// What its wheels tell of a move.
+void Chassis::roll(const Move& move)
+{
+    const double turn = radians(move.heading);
+    const double middle = radians(mOdometry.heading) + turn / 2;
+    // Along the arc, of which the move is the chord.
+    const double chord = move.x * cosine(middle) + move.y * sine(middle);
+    const double ratio = sineRatio(turn / 2);
+    constexpr double kNearlyATurn = 0.1;
+    const double forward = std::abs(ratio) > kNearlyATurn ? chord / ratio : chord;
+    const double sideways = turn * kTrack_cm / 2 * kMicrometresPerCm;
+    mLeftTravel += rounded(forward - sideways);
+    mRightTravel += rounded(forward + sideways);
+    mOdometry.x = rounded(static_cast<double>(mOdometry.x) + move.x);
+    mOdometry.y = rounded(static_cast<double>(mOdometry.y) + move.y);
+    mOdometry.heading += move.heading;
 }
 
 }  // namespace Simulator

@@ -20,7 +20,7 @@ Pose poseOf(double x_cm, double y_cm, double headingRad);
 
 /**
  * A simple kinematic model: wheels grip, and a pose is approached in a straight line while the heading turns evenly,
- * even sideways. Walls stop it, and its wheels with it.
+ * even sideways. Walls stop what goes against them, and its wheels with it: along a wall it slides on.
  */
 class Chassis {
 public:
@@ -39,10 +39,12 @@ public:
     /** The same, relative to where the last pose ended, or to where it is when it has been driven otherwise. */
     void approachRelative(double x_cm, double y_cm, double headingRad, double seconds, bool isEased);
 
-    /** By hand: at once, over the floor or through the air. */
-    void moveTo(const Pose& place, bool isLifted);
+    /** By hand: at once, and turned the shorter way. Over the floor its wheels turn along, through the air they do not.
+     */
+    void moveTo(Pose place, bool isOnFloor);
 
-    void advance(double seconds);
+    /** Off the floor its wheels turn, and it stays where it is. */
+    void advance(double seconds, bool isOnFloor);
 
     /** In the room, and as its wheels tell. */
     const Pose& place() const
@@ -75,7 +77,7 @@ public:
     {
         return mDrive != Drive::Stopped;
     }
-    /** How many poses have been approached to their end. */
+    /** How many poses it has come to. One behind a wall is not. */
     uint32_t posesReached() const
     {
         return mPosesReached;
@@ -91,6 +93,7 @@ private:
     void begin(const Pose& target, double seconds, bool isEased);
     Move stepOfSpeeds(double seconds);
     Move stepOfApproach(double seconds);
+    Move withinWalls(const Move& move);
     void roll(const Move& move);
 
     Room mRoom;

@@ -22,14 +22,15 @@ constexpr FaultRow kFaults[] = {
 };
 
 constexpr double kLongestDelay = 0.5, kLongestOvertaking = 0.1;  // seconds
-constexpr double kSlice = 1.0 / 120;                             // in which time passes
-constexpr double kNanoseconds = 1e9;
+constexpr int64_t kSecond_ns = 1000000000;
+constexpr int64_t kSlice_ns = 5000000;  // in which time passes
+constexpr double kSlice_s = 0.005;
 constexpr double kLongestAdvance = 3600;
 constexpr size_t kMostInTheAir = 4096;  // each way; beyond it the oldest is lost
 
 int64_t nanoseconds(double seconds)
 {
-    return ZKHAL::roundHalfAway(seconds * kNanoseconds);
+    return ZKHAL::roundHalfAway(seconds * static_cast<double>(kSecond_ns));
 }
 
 }  // namespace
@@ -67,6 +68,7 @@ Link::Link(VirtualRobot& robot, const Faults& faults, uint64_t seed) : mRobot(ro
 void Link::connect()
 {
     mIsConnected = true;
+    mNextCut_ns = mNow_ns + kSecond_ns;
 }
 
 void Link::disconnect()
@@ -93,11 +95,11 @@ bool Link::write(const char* channel, const uint8_t* data, size_t length)
         return false;
     }
     std::string bytes(reinterpret_cast<const char*>(data), data != nullptr ? length : 0);
-    send(mToRobot, mLastToRobot_ns, {0, 0, channel, std::move(bytes), nullptr});
+    send(mToRobot, mLastToRobot_ns, {channel, std::move(bytes), nullptr});
     return true;
 }
 
-void Link::send(std::vector<Packet>& way, int64_t& lastDue_ns, Packet packet)
+void Link::send(Way& way, int64_t& lastDue_ns, Packet packet)
 {
     if (happens(mFaults.drop)) {
         return;
@@ -110,9 +112,9 @@ void Link::send(std::vector<Packet>& way, int64_t& lastDue_ns, Packet packet)
         packet.data.resize(mRandom.below(packet.data.size()));
     }
     const double delay = happens(mFaults.delay) ? mRandom.unit() * kLongestDelay : 0;
-    lastDue_ns = packet.due_ns = std::max(mNow_ns + nanoseconds(delay), lastDue_ns);
+    int64_t due_ns = lastDue_ns = std::max(mNow_ns + nanoseconds(delay), lastDue_ns);
     if (happens(mFaults.reorder)) {
-        packet.due_ns += nanoseconds(mRandom.unit() * kLongestOvertaking);  // nobody waits for it
+        due_ns += nanoseconds(mRandom.unit() * kLongestOvertaking);  // nobody waits for it
     }
     const int copies = happens(mFaults.duplicate) ? 2 : 1;
     for (int i = 0; i < copies; ++i) {
@@ -120,42 +122,45 @@ void Link::send(std::vector<Packet>& way, int64_t& lastDue_ns, Packet packet)
             way.erase(way.begin());
             ++mFaultCount;
         }
-        packet.number = mSent++;
-        way.push_back(packet);
+        way.emplace(std::pair(due_ns, mSent++), packet);
     }
 }
 
-std::optional<Link::Packet> Link::takeDue(std::vector<Packet>& way, int64_t now_ns)
+std::optional<Link::Packet> Link::takeDue(Way& way, int64_t now_ns)
 {
-    const auto first = std::min_element(way.begin(), way.end(), [](const Packet& a, const Packet& b) {
-        return std::pair(a.due_ns, a.number) < std::pair(b.due_ns, b.number);
-    });
-    if (first == way.end() || first->due_ns > now_ns) {
+    if (way.empty() || way.begin()->first.first > now_ns) {
         return std::nullopt;
     }
-    Packet packet = std::move(*first);
-    way.erase(first);
+    Packet packet = std::move(way.begin()->second);
+    way.erase(way.begin());
     return packet;
 }
 
 void Link::advance(double seconds)
 {
-    for (double left = std::min(seconds, kLongestAdvance); left > 0; left -= kSlice) {
-        const double slice = std::min(left, kSlice);
-        mNow_ns += nanoseconds(slice);
+    if (!(seconds > 0)) {
+        return;
+    }
+    // In whole slices, so that no rounding adds up.
+    constexpr double kSlack = 1e-9;
+    for (mRest += std::min(seconds, kLongestAdvance); mRest > kSlice_s - kSlack; mRest -= kSlice_s) {
+        mNow_ns += kSlice_ns;
         while (const auto packet = takeDue(mToRobot, mNow_ns)) {
             mRobot.write(packet->channel.c_str(), reinterpret_cast<const uint8_t*>(packet->data.data()),
                          packet->data.size());
         }
-        mRobot.advance(slice);
+        mRobot.advance(kSlice_s);
         Notification notification;
         while (mRobot.nextNotification(notification)) {
             if (mIsConnected) {
-                send(mToHost, mLastToHost_ns, {0, 0, "", std::move(notification.data), notification.channel});
+                send(mToHost, mLastToHost_ns, {"", std::move(notification.data), notification.channel});
             }
         }
-        if (mIsConnected && happens(mFaults.cut * slice)) {
-            disconnect();
+        if (mNow_ns >= mNextCut_ns) {
+            mNextCut_ns += kSecond_ns;
+            if (mIsConnected && happens(mFaults.cut)) {
+                disconnect();
+            }
         }
     }
 }

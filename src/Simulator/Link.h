@@ -4,16 +4,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "Simulator/SeededRandom.h"
 #include "Simulator/VirtualRobot.h"
 
 namespace Simulator {
 
-/** Chances of each fault, 0 to 1: of a packet, and for `cut` of each second. */
+/** Chances of each fault, 0 to 1: of a packet, and for `cut` of each second in which it is connected. */
 struct Faults {
     double drop = 0;
     double duplicate = 0;
@@ -47,7 +48,7 @@ public:
     /** What has come to the host, in its order. */
     bool nextNotification(Notification& notification);
 
-    /** Packets that met a fault so far. */
+    /** Faults so far; a packet may meet several. */
     uint32_t faultCount() const
     {
         return mFaultCount;
@@ -55,24 +56,26 @@ public:
 
 private:
     struct Packet {
-        int64_t due_ns;
-        uint64_t number;  // of equal times, the one that was sent first
         std::string channel;
         std::string data;
         const char* notified;  // null on the way to the robot
     };
+    // By the time of arrival in nanoseconds; of equal times, the one that was sent first.
+    using Way = std::map<std::pair<int64_t, uint64_t>, Packet>;
 
     bool happens(double chance);
-    void send(std::vector<Packet>& way, int64_t& lastDue_ns, Packet packet);
-    static std::optional<Packet> takeDue(std::vector<Packet>& way, int64_t now_ns);
+    void send(Way& way, int64_t& lastDue_ns, Packet packet);
+    static std::optional<Packet> takeDue(Way& way, int64_t now_ns);
 
     VirtualRobot& mRobot;
     Faults mFaults;
     SeededRandom mRandom;
     bool mIsConnected = false;
     int64_t mNow_ns = 0;
+    double mRest = 0;         // seconds that are still to pass
+    int64_t mNextCut_ns = 0;  // when a second is over
     uint64_t mSent = 0;
-    std::vector<Packet> mToRobot, mToHost;
+    Way mToRobot, mToHost;
     int64_t mLastToRobot_ns = 0, mLastToHost_ns = 0;
     uint32_t mFaultCount = 0;
 };

@@ -76,11 +76,15 @@ uint8_t byteOf(const RobotCommand& command, const char* field)
     return static_cast<uint8_t>(command.raw(field) & 0xFF);
 }
 
-// What comes from a caller's hands may be any number.
-double sane(double value)
+// What comes from a caller's hands may be any number: one that is not finite changes nothing.
+double sane(double value, double otherwise = 0)
 {
-    return std::isfinite(value) ? std::clamp(value, -1e6, 1e6) : 0;
+    return std::isfinite(value) ? std::clamp(value, -1e6, 1e6) : otherwise;
 }
+
+// Sets of families, by the bit of their number.
+enum Families : unsigned { kOrvik = 1 << 1, kPell = 1 << 2, kQuill = 1 << 3, kWheeled = kOrvik | kQuill };
+constexpr unsigned kAll = kWheeled | kPell;  // that take commands
 
 template <size_t kSize>
 void setText(char (&field)[kSize], const std::string& text)
@@ -107,61 +111,61 @@ double approached(double now, double target, double step)
 
 struct VirtualRobot::CommandRow {
     uint8_t code;
-    bool needsWheels;
-    void (VirtualRobot::*obey)(const RobotCommand& command);
+    unsigned families;                                        // that have what it is for
+    bool (VirtualRobot::*obey)(const RobotCommand& command);  // false: there are too many
 };
 
 const VirtualRobot::CommandRow VirtualRobot::kCommands[] = {
-    {kCmdWheels, true, &VirtualRobot::onWheels},
-    {kCmdBodyMotion, true, &VirtualRobot::onBodyMotion},
-    {kCmdBodyMotionWithAcceleration, true, &VirtualRobot::onBodyMotion},
-    {kCmdBodyMotionPose, true, &VirtualRobot::onBodyMotion},
-    {kCmdBodyPose, true, &VirtualRobot::onBodyPose},
-    {kCmdBodyPoseMode3, true, &VirtualRobot::onHoldPose},
-    {kCmdBodyPoseMode4, true, &VirtualRobot::onGlobalPose},
-    {kCmdHeadPan, true, &VirtualRobot::onHeadAngle},
-    {kCmdHeadTilt, true, &VirtualRobot::onHeadAngle},
-    {kCmdPan207, true, &VirtualRobot::onHeadMove},
-    {kCmdTilt206, true, &VirtualRobot::onHeadMove},
-    {kCmdPan207Hold, true, &VirtualRobot::onHeadMove},
-    {kCmdTilt206Hold, true, &VirtualRobot::onHeadMove},
-    {kCmdPan209, true, &VirtualRobot::onHeadSpeed},
-    {kCmdTilt208, true, &VirtualRobot::onHeadSpeed},
-    {kCmdRgb102, false, &VirtualRobot::onColorLight},
-    {kCmdRgb103, false, &VirtualRobot::onColorLight},
-    {kCmdRgb104, false, &VirtualRobot::onColorLight},
-    {kCmdRgb107, false, &VirtualRobot::onColorLight},
-    {kCmdLed105, false, &VirtualRobot::onLight},
-    {kCmdLed106, false, &VirtualRobot::onLight},
-    {kCmdLed109, false, &VirtualRobot::onLight},
-    {kCmdLed110, false, &VirtualRobot::onLight},
-    {kCmdLed111, false, &VirtualRobot::onLight},
-    {kCmdLed3, false, &VirtualRobot::onThreeLights},
-    {kCmdEyeBitmap, false, &VirtualRobot::onEyeLights},
-    {kCmdEyeAnimation, false, &VirtualRobot::onEyeAnimation},
-    {kCmdEyeBrightness, false, &VirtualRobot::onEyeBrightness},
-    {kCmdEyeBrightnessQuad, false, &VirtualRobot::onEyeBrightness},
-    {kCmdLedMessage, false, &VirtualRobot::onLightMessage},
-    {kCmdSound, false, &VirtualRobot::onSound},
-    {kCmdStopSound, false, &VirtualRobot::onStopSound},
-    {kCmdVolume, false, &VirtualRobot::onVolume},
-    {kCmdSynth, false, &VirtualRobot::onSynth},
-    {kCmdSynthUpdate, false, &VirtualRobot::onSynthUpdate},
-    {kCmdAnimByName, true, &VirtualRobot::onAnimation},
-    {kCmdAnimWithoutName, true, &VirtualRobot::onAnimation},
-    {kCmdLauncher400, true, &VirtualRobot::onLauncher},
-    {kCmdLauncher401, true, &VirtualRobot::onLauncher},
-    {kCmdScalar213, true, &VirtualRobot::onPercentage},
-    {kCmdScalar214, true, &VirtualRobot::onPercentage},
-    {kCmdNoParams210, true, &VirtualRobot::onSignal},
-    {kCmdNoParams212, true, &VirtualRobot::onSignal},
-    {kCmdBehaviourStart, true, &VirtualRobot::onBehaviourStart},
-    {kCmdBehaviourStop, true, &VirtualRobot::onBehaviourStop},
-    {kCmdUserSettings, false, &VirtualRobot::onSetting},
-    {kCmdPower, false, &VirtualRobot::onPower},
-    {kCmdClock, false, &VirtualRobot::onClock},
-    {kCmdPing, false, &VirtualRobot::onPing},
-    {kCmdCombined, true, &VirtualRobot::onCombined},
+    {kCmdWheels, kWheeled, &VirtualRobot::onWheels},
+    {kCmdBodyMotion, kWheeled, &VirtualRobot::onBodyMotion},
+    {kCmdBodyMotionWithAcceleration, kWheeled, &VirtualRobot::onBodyMotion},
+    {kCmdBodyMotionPose, kWheeled, &VirtualRobot::onBodyMotion},
+    {kCmdBodyPose, kWheeled, &VirtualRobot::onBodyPose},
+    {kCmdBodyPoseMode3, kWheeled, &VirtualRobot::onHoldPose},
+    {kCmdBodyPoseMode4, kWheeled, &VirtualRobot::onGlobalPose},
+    {kCmdHeadPan, kWheeled, &VirtualRobot::onHeadAngle},
+    {kCmdHeadTilt, kWheeled, &VirtualRobot::onHeadAngle},
+    {kCmdPan207, kWheeled, &VirtualRobot::onHeadMove},
+    {kCmdTilt206, kWheeled, &VirtualRobot::onHeadMove},
+    {kCmdPan207Hold, kWheeled, &VirtualRobot::onHeadMove},
+    {kCmdTilt206Hold, kWheeled, &VirtualRobot::onHeadMove},
+    {kCmdPan209, kWheeled, &VirtualRobot::onHeadSpeed},
+    {kCmdTilt208, kWheeled, &VirtualRobot::onHeadSpeed},
+    {kCmdRgb102, kAll, &VirtualRobot::onColorLight},
+    {kCmdRgb103, kAll, &VirtualRobot::onColorLight},
+    {kCmdRgb104, kAll, &VirtualRobot::onColorLight},
+    {kCmdRgb107, kQuill, &VirtualRobot::onColorLight},
+    {kCmdLed105, kOrvik | kPell, &VirtualRobot::onLight},
+    {kCmdLed106, kAll, &VirtualRobot::onLight},
+    {kCmdLed109, kQuill, &VirtualRobot::onLight},
+    {kCmdLed110, kQuill, &VirtualRobot::onLight},
+    {kCmdLed111, kQuill, &VirtualRobot::onLight},
+    {kCmdLed3, kQuill, &VirtualRobot::onThreeLights},
+    {kCmdEyeBitmap, kAll, &VirtualRobot::onEyeLights},
+    {kCmdEyeAnimation, kAll, &VirtualRobot::onEyeAnimation},
+    {kCmdEyeBrightness, kAll, &VirtualRobot::onEyeBrightness},
+    {kCmdEyeBrightnessQuad, kAll, &VirtualRobot::onEyeBrightness},
+    {kCmdLedMessage, kAll, &VirtualRobot::onLightMessage},
+    {kCmdSound, kAll, &VirtualRobot::onSound},
+    {kCmdStopSound, kAll, &VirtualRobot::onStopSound},
+    {kCmdVolume, kAll, &VirtualRobot::onVolume},
+    {kCmdSynth, kAll, &VirtualRobot::onSynth},
+    {kCmdSynthUpdate, kAll, &VirtualRobot::onSynthUpdate},
+    {kCmdAnimByName, kWheeled, &VirtualRobot::onAnimation},
+    {kCmdAnimWithoutName, kWheeled, &VirtualRobot::onAnimation},
+    {kCmdLauncher400, kWheeled, &VirtualRobot::onLauncher},
+    {kCmdLauncher401, kWheeled, &VirtualRobot::onLauncher},
+    {kCmdScalar213, kWheeled, &VirtualRobot::onPercentage},
+    {kCmdScalar214, kWheeled, &VirtualRobot::onPercentage},
+    {kCmdNoParams210, kWheeled, &VirtualRobot::onSignal},
+    {kCmdNoParams212, kWheeled, &VirtualRobot::onSignal},
+    {kCmdBehaviourStart, kQuill, &VirtualRobot::onBehaviourStart},
+    {kCmdBehaviourStop, kQuill, &VirtualRobot::onBehaviourStop},
+    {kCmdUserSettings, kAll, &VirtualRobot::onSetting},
+    {kCmdPower, kAll, &VirtualRobot::onPower},
+    {kCmdClock, kAll, &VirtualRobot::onClock},
+    {kCmdPing, kAll, &VirtualRobot::onPing},
+    {kCmdCombined, kWheeled, &VirtualRobot::onCombined},
 };
 
 void VirtualRobot::obey(const RobotCommand& command)
@@ -169,29 +173,34 @@ void VirtualRobot::obey(const RobotCommand& command)
     const auto row = std::find_if(std::begin(kCommands), std::end(kCommands),
                                   [&](const CommandRow& each) { return each.code == command.code(); });
     const std::string words = command.inWords();
-    const bool isBehaviour = command.code() == kCmdBehaviourStart || command.code() == kCmdBehaviourStop;
-    if (row == std::end(kCommands) || (row->needsWheels && !mModel.hasWheels) ||
-        (isBehaviour && mModel.type != ZK_ROBOT_QUILL)) {
+    const bool isAvatar = command.code() == kCmdUserSettings && command.bytes()[1] == kSettingAvatar;
+    const unsigned families = row == std::end(kCommands) ? 0u : isAvatar ? unsigned{kQuill} : row->families;
+    if ((families >> mModel.family & 1) == 0) {
         complain(mState.commandsIgnored, "it has nothing for: " + words);
         return;
     }
-    (this->*row->obey)(command);
-    ++mState.commandsDone;
-    tell(words);
+    if ((this->*row->obey)(command)) {
+        ++mState.commandsDone;
+        tell(words);
+    } else {
+        complain(mState.commandsIgnored, "too many to keep: " + words);
+    }
 }
 
-void VirtualRobot::onWheels(const RobotCommand& command)
+bool VirtualRobot::onWheels(const RobotCommand& command)
 {
     mChassis.driveWheels(command.value("left"), command.value("right"));
+    return true;
 }
 
-void VirtualRobot::onBodyMotion(const RobotCommand& command)
+bool VirtualRobot::onBodyMotion(const RobotCommand& command)
 {
     mChassis.driveBody(command.value("linear"), command.value("angular"), command.value("linear acceleration"),
                        command.value("angular acceleration"));
+    return true;
 }
 
-void VirtualRobot::onBodyPose(const RobotCommand& command)
+bool VirtualRobot::onBodyPose(const RobotCommand& command)
 {
     enum WireMode { kRelative = 1, kGlobal = 3 };  // mode 5 of a document comes as 3
     const double seconds = command.value("time");
@@ -203,45 +212,52 @@ void VirtualRobot::onBodyPose(const RobotCommand& command)
     } else {
         mChassis.stop();
     }
+    return true;
 }
 
-void VirtualRobot::onGlobalPose(const RobotCommand& command)
+bool VirtualRobot::onGlobalPose(const RobotCommand& command)
 {
     mChassis.approach(poseOf(command.value("x"), command.value("y"), command.value("heading")), command.value("time"),
                       false);
+    return true;
 }
 
-void VirtualRobot::onHoldPose(const RobotCommand&)
+bool VirtualRobot::onHoldPose(const RobotCommand&)
 {
     mChassis.stop();
+    return true;
 }
 
-void VirtualRobot::onHeadAngle(const RobotCommand& command)
+bool VirtualRobot::onHeadAngle(const RobotCommand& command)
 {
     (command.code() == kCmdHeadPan ? mPan : mTilt).moveTo(command.value(""));
+    return true;
 }
 
-void VirtualRobot::onHeadMove(const RobotCommand& command)
+bool VirtualRobot::onHeadMove(const RobotCommand& command)
 {
     const bool isPan = command.code() == kCmdPan207 || command.code() == kCmdPan207Hold;
     (isPan ? mPan : mTilt).moveTo(command.value("angle"), command.value("time"));
+    return true;
 }
 
-void VirtualRobot::onHeadSpeed(const RobotCommand& command)
+bool VirtualRobot::onHeadSpeed(const RobotCommand& command)
 {
     (command.code() == kCmdPan209 ? mPan : mTilt).moveOn(command.value("") / kDegree);
+    return true;
 }
 
-void VirtualRobot::onColorLight(const RobotCommand& command)
+bool VirtualRobot::onColorLight(const RobotCommand& command)
 {
     ZKVirtualColor& light = command.code() == kCmdRgb102   ? mState.light102
                             : command.code() == kCmdRgb103 ? mState.light103
                             : command.code() == kCmdRgb104 ? mState.light104
                                                            : mState.light107;
     light = {byteOf(command, "red"), byteOf(command, "green"), byteOf(command, "blue")};
+    return true;
 }
 
-void VirtualRobot::onLight(const RobotCommand& command)
+bool VirtualRobot::onLight(const RobotCommand& command)
 {
     uint8_t& light = command.code() == kCmdLed105   ? mState.light105
                      : command.code() == kCmdLed106 ? mState.light106
@@ -249,57 +265,66 @@ void VirtualRobot::onLight(const RobotCommand& command)
                      : command.code() == kCmdLed110 ? mState.light110
                                                     : mState.light111;
     light = byteOf(command, "brightness");
+    return true;
 }
 
-void VirtualRobot::onThreeLights(const RobotCommand& command)
+bool VirtualRobot::onThreeLights(const RobotCommand& command)
 {
     mState.light108[0] = byteOf(command, "light 1");
     mState.light108[1] = byteOf(command, "light 2");
     mState.light108[2] = byteOf(command, "light 3");
+    return true;
 }
 
-void VirtualRobot::onEyeLights(const RobotCommand& command)
+bool VirtualRobot::onEyeLights(const RobotCommand& command)
 {
     mState.eyeLights = ZKHAL::low16(command.raw(""));
+    return true;
 }
 
-void VirtualRobot::onEyeAnimation(const RobotCommand& command)
+bool VirtualRobot::onEyeAnimation(const RobotCommand& command)
 {
     mState.eyeAnimation = byteOf(command, "pattern");
+    return true;
 }
 
-void VirtualRobot::onEyeBrightness(const RobotCommand& command)
+bool VirtualRobot::onEyeBrightness(const RobotCommand& command)
 {
     constexpr const char* kQuarters[] = {"quarter 1", "quarter 2", "quarter 3", "quarter 4"};
     for (size_t i = 0; i < 4; ++i) {
         mState.eyeBrightness[i] = byteOf(command, command.code() == kCmdEyeBrightness ? "brightness" : kQuarters[i]);
     }
+    return true;
 }
 
-void VirtualRobot::onLightMessage(const RobotCommand& command)
+bool VirtualRobot::onLightMessage(const RobotCommand& command)
 {
     mState.lightMessage = byteOf(command, "message");
     mState.lightMessageLights = byteOf(command, "lights");
+    return true;
 }
 
-void VirtualRobot::onSound(const RobotCommand& command)
+bool VirtualRobot::onSound(const RobotCommand& command)
 {
     setText(mState.sound, command.text());
     mSoundLeft = kSoundSeconds;
     ++mState.soundsPlayed;
+    return true;
 }
 
-void VirtualRobot::onStopSound(const RobotCommand&)
+bool VirtualRobot::onStopSound(const RobotCommand&)
 {
     mSoundLeft = 0;
+    return true;
 }
 
-void VirtualRobot::onVolume(const RobotCommand& command)
+bool VirtualRobot::onVolume(const RobotCommand& command)
 {
     mState.volume = byteOf(command, "");
+    return true;
 }
 
-void VirtualRobot::onSynth(const RobotCommand& command)
+bool VirtualRobot::onSynth(const RobotCommand& command)
 {
     struct Tone {
         const char *type, *frequency, *phase;
@@ -316,56 +341,68 @@ void VirtualRobot::onSynth(const RobotCommand& command)
         mState.synthFrequency[i] = command.value(kTones[i].frequency);
         mState.synthPhase[i] = byteOf(command, kTones[i].phase);
     }
+    mSoundLeft = mState.synthDuration / 1000.0;  // as milliseconds
+    return true;
 }
 
-void VirtualRobot::onSynthUpdate(const RobotCommand& command)
+bool VirtualRobot::onSynthUpdate(const RobotCommand& command)
 {
     constexpr const char* kTones[] = {"tone 1", "tone 2", "tone 3", "tone 4"};
     for (size_t i = 0; i < 4; ++i) {
         mState.synthFrequency[i] = command.value(kTones[i]);
     }
+    return true;
 }
 
-void VirtualRobot::onAnimation(const RobotCommand& command)
+bool VirtualRobot::onAnimation(const RobotCommand& command)
 {
     setText(mState.animation, command.text());
     mAnimationLeft = kAnimationSeconds;
+    return true;
 }
 
-void VirtualRobot::onLauncher(const RobotCommand& command)
+bool VirtualRobot::onLauncher(const RobotCommand& command)
 {
     const size_t which = command.code() == kCmdLauncher400 ? 0 : 1;
     mState.launcher[which] = byteOf(command, "");
     ++mState.launches[which];
+    return true;
 }
 
-void VirtualRobot::onPercentage(const RobotCommand& command)
+bool VirtualRobot::onPercentage(const RobotCommand& command)
 {
     mState.percentage[command.code() == kCmdScalar213 ? 0 : 1] = static_cast<int8_t>(command.raw(""));
+    return true;
 }
 
-void VirtualRobot::onSignal(const RobotCommand& command)
+bool VirtualRobot::onSignal(const RobotCommand& command)
 {
     ++mState.signals[command.code() == kCmdNoParams210 ? 0 : 1];
+    return true;
 }
 
-void VirtualRobot::onBehaviourStart(const RobotCommand& command)
+bool VirtualRobot::onBehaviourStart(const RobotCommand& command)
 {
     const uint16_t id = ZKHAL::low16(command.raw("id"));
     uint16_t* const end = mState.behaviours + mState.behaviourCount;
-    if (std::find(mState.behaviours, end, id) == end && mState.behaviourCount < ZK_VIRTUAL_ROBOT_BEHAVIOURS) {
+    if (std::find(mState.behaviours, end, id) == end) {
+        if (mState.behaviourCount == ZK_VIRTUAL_ROBOT_BEHAVIOURS) {
+            return false;
+        }
         mState.behaviours[mState.behaviourCount++] = id;
     }
+    return true;
 }
 
-void VirtualRobot::onBehaviourStop(const RobotCommand& command)
+bool VirtualRobot::onBehaviourStop(const RobotCommand& command)
 {
     uint16_t* const end = mState.behaviours + mState.behaviourCount;
     const uint16_t* const left = std::remove(mState.behaviours, end, ZKHAL::low16(command.raw("id")));
     mState.behaviourCount = static_cast<size_t>(left - mState.behaviours);
+    return true;
 }
 
-void VirtualRobot::onSetting(const RobotCommand& command)
+bool VirtualRobot::onSetting(const RobotCommand& command)
 {
     switch (command.bytes()[1]) {
         case kSettingName:
@@ -391,26 +428,31 @@ void VirtualRobot::onSetting(const RobotCommand& command)
             mState.personalityAnimation = byteOf(command, "animation");
             break;
     }
+    return true;
 }
 
-void VirtualRobot::onPower(const RobotCommand& command)
+bool VirtualRobot::onPower(const RobotCommand& command)
 {
     mState.power = byteOf(command, "state");
+    return true;
 }
 
-void VirtualRobot::onClock(const RobotCommand& command)
+bool VirtualRobot::onClock(const RobotCommand& command)
 {
     mState.clock = ZKHAL::low32(command.raw(""));
+    return true;
 }
 
-void VirtualRobot::onPing(const RobotCommand& command)
+bool VirtualRobot::onPing(const RobotCommand& command)
 {
-    if (mPings.size() < kMostPings) {
-        mPings.push_back(ZKHAL::low16(command.raw("id")));
+    if (mPings.size() == kMostPings) {
+        return false;
     }
+    mPings.push_back(ZKHAL::low16(command.raw("id")));
+    return true;
 }
 
-void VirtualRobot::onCombined(const RobotCommand& command)
+bool VirtualRobot::onCombined(const RobotCommand& command)
 {
     mChassis.driveWheels(command.value("left"), command.value("right"));
     mPan.moveTo(command.value("head pan") / kDegree);
@@ -422,6 +464,7 @@ void VirtualRobot::onCombined(const RobotCommand& command)
     mState.light102 = color("102 red", "102 green", "102 blue");
     mState.light103 = color("103 red", "103 green", "103 blue");
     mState.eyeLights = ZKHAL::low16(command.raw("eye lights"));
+    return true;
 }
 
 // ---- The robot -------------------------------------------------------------------------------------------------
@@ -446,6 +489,10 @@ VirtualRobot::VirtualRobot(const RobotModel& model, uint64_t seed)
     }
     for (uint8_t& byte : mSerial) {
         byte = static_cast<uint8_t>(mRandom.below(256));
+    }
+    if (model.type == ZK_ROBOT_RUSK) {  // a number, a week and a year, from which its serial number is made
+        mUniqueId[1] = static_cast<uint8_t>((1 + mUniqueId[1] % 52) << 1 | (mUniqueId[0] & 1));
+        mUniqueId[2] = static_cast<uint8_t>(15 + mUniqueId[2] % 10);
     }
     setText(mState.name, model.name);
     mState.volume = 50;
@@ -538,8 +585,11 @@ bool VirtualRobot::write(const char* channel, const uint8_t* data, size_t length
         }
     } else if (written == Written::Shell) {
         hearShell(data, present);
-    } else if (written == Written::Never) {
-        complain(mState.wrongWrites, "a write to a characteristic that takes none: " + ZKHAL::printable(uuid));
+    } else if (written == Written::File) {
+        complain(mState.fileWrites, "a write to its file transfer, which keeps nothing");
+    } else {
+        complain(mState.wrongWrites,
+                 "a write to a characteristic that takes none: " + ZKHAL::printable(std::string(uuid).substr(0, 60)));
     }
     updateState();
     return written != Written::Never;
@@ -555,7 +605,9 @@ void VirtualRobot::hearShell(const uint8_t* data, size_t length)
         const auto* own = mShell.ownAnswer(line);
         const std::optional<std::string> answer = own != nullptr ? *own : answerTo(line);
         tell(answer ? shown : shown + ", which it does not answer");
-        if (answer && mAnswers.size() < kMostAnswers) {
+        if (answer && mAnswers.size() == kMostAnswers) {
+            complain(mState.commandsIgnored, "too many shell commands at once");
+        } else if (answer) {
             mAnswers.push_back({mNow_ns + kAnswerDelay_ns, mShell.packetsOf(*answer)});
         }
     }
@@ -573,7 +625,7 @@ std::optional<std::string> VirtualRobot::answerTo(const std::string& line) const
         return "EP1 3_12_7";
     }
     if (verb == "HELP") {
-        return "HELP NAME BATT POSE UP ECHO SLEEP";
+        return "HELP NAME BATT POSE UP ECHO SLEEP DUMP SND VER.EP1";
     }
     if (verb == "NAME") {
         return mState.name;
@@ -609,8 +661,11 @@ void VirtualRobot::advance(double seconds)
     if (!(seconds > 0)) {
         return;
     }
-    mNow_ns += ZKHAL::roundHalfAway(std::min(seconds, kLongestAdvance) * static_cast<double>(kSecond_ns));
-    while ((mSteps + 1) * kSecond_ns / kStepsPerSecond <= mNow_ns) {
+    const double passed_ns = std::min(seconds, kLongestAdvance) * static_cast<double>(kSecond_ns) + mRest_ns;
+    mNow_ns += ZKHAL::truncate(passed_ns);
+    mRest_ns = passed_ns - std::floor(passed_ns);
+    constexpr int64_t kSlack_ns = 1000;  // thirtieths of a second do not add up to seconds
+    while ((mSteps + 1) * kSecond_ns / kStepsPerSecond <= mNow_ns + kSlack_ns) {
         ++mSteps;
         step();
     }
@@ -619,7 +674,7 @@ void VirtualRobot::advance(double seconds)
 
 void VirtualRobot::step()
 {
-    mChassis.advance(kStepSeconds);
+    mChassis.advance(kStepSeconds, !mState.isLifted);
     mPan.advance(kStepSeconds);
     mTilt.advance(kStepSeconds);
     const double roll = approached(mRoll, mRollTarget, kTiltSpeed * kStepSeconds);
@@ -655,10 +710,13 @@ void VirtualRobot::sense()
     report.acceleration[0] = limitedTo12Bits(sine(pitch) * kPerG) + mRandom.noise(2);
     report.acceleration[1] = limitedTo12Bits(cosine(pitch) * sine(roll) * kPerG) + mRandom.noise(2);
     report.acceleration[2] = limitedTo12Bits(cosine(pitch) * cosine(roll) * kPerG) + mRandom.noise(2);
-    report.yaw = limitedTo12Bits(mChassis.turnRate() / kDegree * kPerDegree);
-    report.pitch = limitedTo12Bits(-mPitchRate * kPerDegree);  // nose up is positive pitch and negative rate
-    report.roll = limitedTo12Bits(mRollRate * kPerDegree);
-    report.amplitude = static_cast<uint8_t>((mSoundLeft > 0 ? 60 : 2) + mRandom.noise(2));
+    // About the axes of its body, as a gyroscope measures: nose up is positive pitch and a negative rate.
+    const double turn = mChassis.turnRate() / kDegree;
+    report.roll = limitedTo12Bits((mRollRate - turn * sine(pitch)) * kPerDegree);
+    report.pitch = limitedTo12Bits((-mPitchRate * cosine(roll) - turn * cosine(pitch) * sine(roll)) * kPerDegree);
+    report.yaw = limitedTo12Bits((-mPitchRate * sine(roll) + turn * cosine(pitch) * cosine(roll)) * kPerDegree);
+    const int loudness = mSoundLeft > 0 ? mState.volume * 6 / 5 : 0;
+    report.amplitude = static_cast<uint8_t>(std::min(loudness, 240) + 2 + mRandom.noise(2));
     std::copy(std::begin(mButtons), std::end(mButtons), report.buttons);
     report.isSounding = mSoundLeft > 0;
     report.isAnimating = mAnimationLeft > 0;
@@ -689,11 +747,14 @@ void VirtualRobot::sense()
     }
 }
 
-// A report has room for two short events or a long one. The clap count goes out in every report, since a change of it
-// is what makes a clap; a ping answer takes the place of both, so a clap waits for the next report.
+// A report has room for two short events or a long one. The clap count goes out in every report but a ping's, since a
+// change of it is what makes a clap; so a clap waits for the first count, and behind a ping.
 void VirtualRobot::addEvents(SensorReport& report)
 {
-    if (!mPings.empty()) {
+    mBatteryIsDue = mBatteryIsDue || mSteps % kBatteryEvery == 0;
+    const bool isLong = !mPings.empty() && !(mLastWasLong && (mBatteryIsDue || !mClaps.empty()));
+    mLastWasLong = isLong;
+    if (isLong) {
         const uint16_t id = mPings.front();
         mPings.pop_front();
         ++mPingCount;
@@ -706,7 +767,7 @@ void VirtualRobot::addEvents(SensorReport& report)
         return;
     }
     SensorReport::Event& first = report.events[0];
-    if (!mClaps.empty()) {
+    if (!mClaps.empty() && mHasReported) {
         const double turns = mClaps.front() / 360;
         mClaps.pop_front();
         ++mClapCount;
@@ -718,7 +779,8 @@ void VirtualRobot::addEvents(SensorReport& report)
         first.data[0] = kBestQuality | kBestReliability << 4;
         first.data[1] = static_cast<uint8_t>(kBestConfidence | (direction & 0x0F) << 4);
         first.data[2] = static_cast<uint8_t>(direction >> 4);
-    } else if (mSteps % kBatteryEvery == 0) {
+    } else if (mBatteryIsDue) {
+        mBatteryIsDue = false;
         constexpr unsigned kMillivoltsWhenFull = 4100;
         first.type = kBattery;
         const unsigned charge = mModel.type == ZK_ROBOT_QUILL ? (mIsCharging ? 1u : 0u) | (mBattery & 7) << 2
@@ -731,6 +793,7 @@ void VirtualRobot::addEvents(SensorReport& report)
         first.type = kWatermark;
         first.data[0] = ZKHAL::low8(mChassis.posesReached());
     }
+    mHasReported = true;
     report.events[1].type = kSparseClap;
     report.events[1].data[0] = static_cast<uint8_t>(mClapCount & 0x0F);
 }
@@ -788,6 +851,8 @@ bool VirtualRobot::nextNotification(Notification& notification)
 
 void VirtualRobot::tell(std::string words)
 {
+    constexpr size_t kLongest = 600;
+    words.resize(std::min(words.size(), kLongest));
     if (mEvents.size() == kMostEvents) {
         mEvents.pop_front();
     }
@@ -816,6 +881,7 @@ void VirtualRobot::handleDisconnect()
     mShell.forgetLine();
     mAnswers.clear();
     mNotifications.clear();
+    mPings.clear();
     updateState();
 }
 
@@ -850,14 +916,15 @@ void VirtualRobot::updateState()
 
 void VirtualRobot::moveByHand(double x_cm, double y_cm, double headingDegrees)
 {
-    mChassis.moveTo(poseOf(sane(x_cm), sane(y_cm), sane(headingDegrees) * kDegree), mState.isLifted);
+    mChassis.moveTo(poseOf(sane(x_cm, mState.x), sane(y_cm, mState.y), sane(headingDegrees, mState.heading) * kDegree),
+                    mModel.hasWheels && !mState.isLifted);
     updateState();
 }
 
 void VirtualRobot::turnHead(double panDegrees, double tiltDegrees)
 {
-    mPan.turnTo(sane(panDegrees));
-    mTilt.turnTo(sane(tiltDegrees));
+    mPan.turnTo(sane(panDegrees, mState.pan));
+    mTilt.turnTo(sane(tiltDegrees, mState.tilt));
     updateState();
 }
 
@@ -868,8 +935,8 @@ void VirtualRobot::lift(bool isLifted)
 
 void VirtualRobot::tilt(double rollDegrees, double pitchDegrees)
 {
-    mRollTarget = sane(rollDegrees);
-    mPitchTarget = sane(pitchDegrees);
+    mRollTarget = sane(rollDegrees, mRollTarget);
+    mPitchTarget = sane(pitchDegrees, mPitchTarget);
 }
 
 void VirtualRobot::clap(double directionDegrees)

@@ -82,38 +82,38 @@ private:
 
     VirtualRobot(const RobotModel& model, uint64_t seed);
 
-    // One for each command, or for several that differ in little.
-    void onWheels(const RobotCommand& command);
-    void onBodyMotion(const RobotCommand& command);
-    void onBodyPose(const RobotCommand& command);
-    void onGlobalPose(const RobotCommand& command);
-    void onHoldPose(const RobotCommand& command);
-    void onHeadAngle(const RobotCommand& command);
-    void onHeadMove(const RobotCommand& command);
-    void onHeadSpeed(const RobotCommand& command);
-    void onColorLight(const RobotCommand& command);
-    void onLight(const RobotCommand& command);
-    void onThreeLights(const RobotCommand& command);
-    void onEyeLights(const RobotCommand& command);
-    void onEyeAnimation(const RobotCommand& command);
-    void onEyeBrightness(const RobotCommand& command);
-    void onLightMessage(const RobotCommand& command);
-    void onSound(const RobotCommand& command);
-    void onStopSound(const RobotCommand& command);
-    void onVolume(const RobotCommand& command);
-    void onSynth(const RobotCommand& command);
-    void onSynthUpdate(const RobotCommand& command);
-    void onAnimation(const RobotCommand& command);
-    void onLauncher(const RobotCommand& command);
-    void onPercentage(const RobotCommand& command);
-    void onSignal(const RobotCommand& command);
-    void onBehaviourStart(const RobotCommand& command);
-    void onBehaviourStop(const RobotCommand& command);
-    void onSetting(const RobotCommand& command);
-    void onPower(const RobotCommand& command);
-    void onClock(const RobotCommand& command);
-    void onPing(const RobotCommand& command);
-    void onCombined(const RobotCommand& command);
+    // One for each command, or for several that differ in little. False when there are too many to keep.
+    bool onWheels(const RobotCommand& command);
+    bool onBodyMotion(const RobotCommand& command);
+    bool onBodyPose(const RobotCommand& command);
+    bool onGlobalPose(const RobotCommand& command);
+    bool onHoldPose(const RobotCommand& command);
+    bool onHeadAngle(const RobotCommand& command);
+    bool onHeadMove(const RobotCommand& command);
+    bool onHeadSpeed(const RobotCommand& command);
+    bool onColorLight(const RobotCommand& command);
+    bool onLight(const RobotCommand& command);
+    bool onThreeLights(const RobotCommand& command);
+    bool onEyeLights(const RobotCommand& command);
+    bool onEyeAnimation(const RobotCommand& command);
+    bool onEyeBrightness(const RobotCommand& command);
+    bool onLightMessage(const RobotCommand& command);
+    bool onSound(const RobotCommand& command);
+    bool onStopSound(const RobotCommand& command);
+    bool onVolume(const RobotCommand& command);
+    bool onSynth(const RobotCommand& command);
+    bool onSynthUpdate(const RobotCommand& command);
+    bool onAnimation(const RobotCommand& command);
+    bool onLauncher(const RobotCommand& command);
+    bool onPercentage(const RobotCommand& command);
+    bool onSignal(const RobotCommand& command);
+    bool onBehaviourStart(const RobotCommand& command);
+    bool onBehaviourStop(const RobotCommand& command);
+    bool onSetting(const RobotCommand& command);
+    bool onPower(const RobotCommand& command);
+    bool onClock(const RobotCommand& command);
+    bool onPing(const RobotCommand& command);
+    bool onCombined(const RobotCommand& command);
 
     void obey(const RobotCommand& command);
     void hearShell(const uint8_t* data, size_t length);
@@ -136,6 +136,7 @@ private:
     ZKVirtualRobotState mState = {};
 
     int64_t mNow_ns = 0;
+    double mRest_ns = 0;  // of a nanosecond
     int64_t mSteps = 0;
     double mRoll = 0, mPitch = 0, mRollTarget = 0, mPitchTarget = 0;  // degrees
     double mRollRate = 0, mPitchRate = 0;                             // degrees/s
@@ -147,6 +148,8 @@ private:
     double mSoundLeft = 0, mAnimationLeft = 0;  // seconds
     std::deque<double> mClaps;                  // directions, degrees
     unsigned mClapCount = 0;
+    bool mHasReported = false;  // so that a change of the clap count is seen
+    bool mBatteryIsDue = false, mLastWasLong = false;
     std::deque<uint16_t> mPings;
     uint32_t mPingCount = 0;
 

@@ -12,6 +12,7 @@ void addExplain(CLI::App& app, int& status);
 void addDecode(CLI::App& app, int& status);
 void addAdvert(CLI::App& app, int& status);
 void addDemo(CLI::App& app, int& status);
+void addPuppet(CLI::App& app, int& status);  // record, puppet, animate, replay
 void addShell(CLI::App& app, int& status);
 
 }  // namespace zkhal

@@ -157,13 +157,19 @@ private:
         mRear.points.push_back({t, value("3002", "cm")});
         mPan.points.push_back({t, value("2000", "degree")});
         mTilt.points.push_back({t, value("2001", "degree")});
-        mHeading.points.push_back({t, value("2002", "degree")});
+        const double heading = value("2002", "degree");
+        if (!mHeading.points.empty() && std::abs(heading - mHeading.points.back().y) > 180) {
+            mHeading.points.push_back({t, NAN});  // over the half turn
+        }
+        mHeading.points.push_back({t, heading});
         mLoudness.points.push_back({t, value("3005", "amp")});
         mButton.points.push_back({t, value("1001", "s")});
         mClap.points.push_back({t, value("3005", "clap")});
         light(mLight102, t, state.light102);
         light(mLight103, t, state.light103);
         light(mLight104, t, state.light104);
+        const uint8_t eye = state.eyeLights != 0 ? state.eyeBrightness[0] : uint8_t{0};
+        light(mEye, t, {eye, eye, eye});
         if (value("3005", "clap") == 1) {
             mClapDirection = static_cast<int>(std::lround(value("3005", "mictdir") * 180 / 3.141592653589793));
             tellAsHost("hears a clap from " + std::to_string(mClapDirection) + " degrees");
@@ -232,7 +238,7 @@ private:
             mReported.isBackdrop = true;
             charts.push_back({"Path in the room", "x (cm)", "y (cm)", {walls, mReported, mDriven}, true});
         }
-        charts.push_back({"Lights", kTime, "", {}, false, {mLight102, mLight103, mLight104}});
+        charts.push_back({"Lights", kTime, "", {}, false, {mLight102, mLight103, mLight104, mEye}});
         if (drives) {
             charts.push_back({"Distances", kTime, "to the nearest wall (cm)", {mLeft, mRight, mRear}});
             charts.push_back({"Head", kTime, "angle (degrees)", {mPan, mTilt}});
@@ -252,7 +258,7 @@ private:
     Curve mPan{"pan", kBlue, {}}, mTilt{"tilt", kOrange, {}}, mHeading{"heading", kBlue, {}};
     Curve mLoudness{"loudness", kBlue, {}}, mClap{"clap", kOrange, {}}, mButton{"button 1", kGreen, {}};
     std::vector<Bar> mAsked;
-    Bar mLight102{"102", {}}, mLight103{"103", {}}, mLight104{"104", {}};
+    Bar mLight102{"102", {}}, mLight103{"103", {}}, mLight104{"104", {}}, mEye{"eye ring", {}};
 };
 
 }  // namespace

@@ -88,12 +88,14 @@ public:
             lowY = middleY - span * kPlotHeight / kPlotWidth;
             highY = middleY + span * kPlotHeight / kPlotWidth;
             mAxisX = {lowX, highX, axisFor(lowX, highX).step};
-            mAxisY = {lowY, highY, axisFor(lowX, highX).step};
+            mAxisY = {lowY, highY, axisFor(lowY, highY).step};
         } else {
+            constexpr double kNearZero = 0.1, kHeadroom = 0.03;
+            lowX = lowX > 0 && lowX < kNearZero * highX ? 0 : lowX;
             mAxisX = axisFor(lowX, highX);
             mAxisX.low = lowX;
             mAxisX.high = highX > lowX ? highX : lowX + 1;
-            mAxisY = chart.bars.empty() ? axisFor(lowY, highY) : Axis{0, highY, 2 * highY};
+            mAxisY = chart.bars.empty() ? axisFor(lowY, highY + kHeadroom * (highY - lowY)) : Axis{0, highY, 2 * highY};
         }
     }
 
@@ -188,7 +190,8 @@ std::string drawCurve(const Frame& frame, const Curve& curve)
         }
         isDown = isFinite;
     }
-    return std::string("<path stroke='") + curve.color + "' d='" + path + "'/>\n";
+    const char* const style = curve.isBackdrop ? "' class='wide" : "";
+    return std::string("<path stroke='") + curve.color + style + "' d='" + path + "'/>\n";
 }
 
 std::string drawChart(const Chart& chart, double x, double y)
@@ -200,9 +203,10 @@ std::string drawChart(const Chart& chart, double x, double y)
         if (chart.isMap && !curve.isBackdrop && !curve.points.empty()) {
             const Point& begin = curve.points.front();
             const Point& end = curve.points.back();
-            svg += "<circle class='begin' r='5' cx='" + number(frame.x(begin.x)) + "' cy='" + number(frame.y(begin.y)) +
-                   "'/>\n<circle class='end' r='5' cx='" + number(frame.x(end.x)) + "' cy='" + number(frame.y(end.y)) +
-                   "'/>\n" + Frame::text(frame.x(begin.x) + 8, frame.y(begin.y) - 6, "tick", "start", "start") +
+            svg += "<circle class='begin' r='6' cx='" + number(frame.x(begin.x)) + "' cy='" + number(frame.y(begin.y)) +
+                   "'/>\n<circle class='end' r='3.5' cx='" + number(frame.x(end.x)) + "' cy='" +
+                   number(frame.y(end.y)) + "'/>\n" +
+                   Frame::text(frame.x(begin.x) + 8, frame.y(begin.y) - 6, "tick", "start", "start") +
                    Frame::text(frame.x(end.x) + 8, frame.y(end.y) + 14, "tick", "start", "end");
         }
     }
@@ -219,16 +223,17 @@ std::string drawPicture(const std::string& title, const std::vector<Chart>& char
     const int rows = (static_cast<int>(charts.size()) + kColumns - 1) / kColumns;
     const int columns = std::min(static_cast<int>(charts.size()), kColumns);
     const std::string width = number(columns * kWidth), height = number(kHead + rows * kHeight);
-    std::string svg = "<svg xmlns='http://www.w3.org/2000/svg' width='" + width + "' height='" + height +
-                      "' viewBox='0 0 " + width + ' ' + height +
-                      "' font-family='sans-serif'>\n"
-                      "<style>path{fill:none;stroke-width:1.6;stroke-linejoin:round}.grid{stroke:#e4e4e4;"
-                      "stroke-width:1}.plot{fill:#fff;stroke:#999}text{fill:#222}.tick{font-size:11px}"
-                      ".label{font-size:12px}.title{font-size:13px;font-weight:bold}"
-                      ".begin{fill:#fff;stroke:#222;stroke-width:2}.end{fill:#222}</style>\n"
-                      "<rect width='100%' height='100%' fill='#fafafa'/>\n"
-                      "<text x='16' y='28' font-size='18' font-weight='bold'>" +
-                      escaped(title) + "</text>\n";
+    std::string svg =
+        "<svg xmlns='http://www.w3.org/2000/svg' width='" + width + "' height='" + height + "' viewBox='0 0 " + width +
+        ' ' + height +
+        "' font-family='sans-serif'>\n"
+        "<style>path{fill:none;stroke-width:1.6;stroke-linejoin:round}.grid{stroke:#e4e4e4;"
+        "stroke-width:1}.plot{fill:#fff;stroke:#999}text{fill:#222}.tick{font-size:11px}"
+        ".label{font-size:12px}.title{font-size:13px;font-weight:bold}"
+        ".wide{stroke-width:4;opacity:0.45}.begin{fill:#fff;stroke:#222;stroke-width:2}.end{fill:#222}</style>\n"
+        "<rect width='100%' height='100%' fill='#fafafa'/>\n"
+        "<text x='16' y='28' font-size='18' font-weight='bold'>" +
+        escaped(title) + "</text>\n";
     for (size_t i = 0; i < charts.size(); ++i) {
         svg += drawChart(charts[i], kWidth * static_cast<double>(i % kColumns),
                          kHead + kHeight * static_cast<double>(i / kColumns));

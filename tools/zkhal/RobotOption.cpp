@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "CoreUtility/FormatText.h"
 #include "ZKHAL/ZKRobotType.h"
 
 namespace zkhal {
@@ -49,6 +50,18 @@ std::string robotName(uint32_t robotType)
         }
     }
     return std::to_string(robotType);
+}
+
+CLI::Validator finiteRange(double low, double high)
+{
+    const std::string range = ZKHAL::plainNumber(low) + " to " + ZKHAL::plainNumber(high);
+    return CLI::Validator(
+        [=](std::string& text) {
+            double value = 0;
+            const bool isInside = CLI::detail::lexical_cast(text, value) && value >= low && value <= high;
+            return isInside ? std::string() : "a number from " + range + ", not '" + text + "'";
+        },
+        range);
 }
 
 }  // namespace zkhal

@@ -12,4 +12,7 @@ CLI::Option* addRobotOption(CLI::App& app, uint32_t& robotType);
 // "Orvik (1001)", or the number alone.
 std::string robotName(uint32_t robotType);
 
+// For real options: a number from low to high. Not-a-number is none.
+CLI::Validator finiteRange(double low, double high);
+
 }  // namespace zkhal

@@ -74,9 +74,9 @@ bool Session::connect()
     ZKGetRobotInfo(kRobotId, &info);
     const uint8_t* version = info.firmwareVersion;
     mTell(seconds(), "host",
-          "finds \"" + std::string(info.name) + "\", type " + std::to_string(info.type) + ", firmware " +
-              std::to_string(version[0]) + "." + std::to_string(version[1]) + "." + std::to_string(version[2]) +
-              ", battery level " + std::to_string(info.batteryLevel));
+          "finds \"" + std::string(info.name) + "\" (" + info.uniqueId + "), type " + std::to_string(info.type) +
+              ", firmware " + std::to_string(version[0]) + "." + std::to_string(version[1]) + "." +
+              std::to_string(version[2]) + ", battery level " + std::to_string(info.batteryLevel));
     mLink.connect();
     const char* services[] = {Simulator::VirtualRobot::service()};
     std::vector<const char*> channels = mRobot->characteristics();
@@ -98,15 +98,22 @@ void Session::disconnect()
 void Session::lose(const char* words)
 {
     mIsConnected = false;
-    mHasEnded = true;  // what was asked is dropped
     mFirst.length = 0;
     mTell(seconds(), "host", words);
+    if (!mHasEnded) {
+        mTell(seconds(), "host", "drops the command that is not answered yet");
+        mHasEnded = true;
+    }
     ZKHandleDisconnect(kRobotId);
     ZKTranslatorHandleDisconnect(mTranslator.get());
 }
 
 void Session::send(const std::string& json)
 {
+    if (!mIsConnected) {
+        mTell(seconds(), "host", "is not connected: nothing is sent");
+        return;
+    }
     HALPacket_t packets[ZK_MAX_COMMAND_PACKETS];
     size_t count = 0;
     char why[400];
@@ -121,7 +128,10 @@ void Session::send(const std::string& json)
 
 bool Session::ask(const std::string& command, double timeout, std::string& answer)
 {
-    constexpr double kPatience = 1;  // beyond the time-out
+    constexpr double kPatience = 1;  // beyond the time-out, and for a connection
+    for (int64_t start_us = mNow_us; !mIsConnected && mNow_us < start_us + 2 * kRetry_us;) {
+        tick();
+    }
     mHasEnded = mIsAnswered = false;
     const double start = seconds();
     ZKEnqueueShellCommand(kRobotId, command.c_str(), timeout);
@@ -192,7 +202,7 @@ void Session::takeSensorPacket(bool isFirst, const std::string& data)
     std::memcpy(packet.data, data.data(), packet.length);
     const auto number = [](const HALPacket_t& each) { return each.data[0] >> 4; };
     if (isFirst) {
-        if (mFirst.length > 0) {
+        if (mFirst.length > 0 && number(packet) != number(mFirst)) {
             report(&mFirst, 1);
         }
         mFirst = packet;

@@ -82,7 +82,7 @@ private:
     int64_t mRetryAt_us = 0;
     HALPacket_t mFirst = {};  // of a report whose second packet is still to come
     uint32_t mReports = 0;
-    bool mHasEnded = false, mIsAnswered = false;  // the last shell command
+    bool mHasEnded = true, mIsAnswered = false;  // the last shell command
     std::string mAnswer;
 };
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "Commands.h"
+#include "CoreUtility/FormatText.h"
 #include "RobotOption.h"
 #include "Session.h"
 
@@ -52,7 +53,12 @@ int runShell(const ShellOptions& options)
         if (!line.empty() && line.back() == '\r') {
             line.pop_back();
         }
-        if (line.empty() || line.find('\0') != std::string::npos) {
+        if (line.empty()) {
+            continue;
+        }
+        if (line.find('\0') != std::string::npos) {
+            std::fprintf(stderr, "zkhal shell: a zero byte is no text\n");
+            status = kBadInput;
             continue;
         }
         std::string answer;
@@ -60,7 +66,7 @@ int runShell(const ShellOptions& options)
         if (options.quiet && isAnswered) {
             std::printf("%s\n", answer.c_str());
         } else if (options.quiet) {
-            std::fprintf(stderr, "zkhal shell: no answer to \"%s\"\n", line.c_str());
+            std::fprintf(stderr, "zkhal shell: no answer to \"%s\"\n", ZKHAL::printable(line).c_str());
         }
         status = isAnswered ? status : kBadInput;
     }
@@ -77,7 +83,7 @@ void addShell(CLI::App& app, int& status)
     addRobotOption(*command, options->robotType);
     command->add_option("--seed", options->seed, "Another robot (default 1)");
     command->add_option("--timeout", options->timeout, "Seconds to wait for an answer (default 1)")
-        ->check(CLI::Range(0.0, 3600.0));
+        ->check(finiteRange(0, 3600));
     command->add_flag("--quiet", options->quiet, "Print answers only");
     command->footer(
         "-> is written to the robot, <- is notified by it. Exit status 1 when a command was not answered in time.\n"

@@ -22,6 +22,7 @@ int main(int argc, char** argv)
     zkhal::addAdvert(app, status);
     zkhal::addDemo(app, status);
     zkhal::addShell(app, status);
+    zkhal::addPuppet(app, status);
 
     try {
         app.parse(argc, argv);

@@ -1,0 +1,31 @@
+// Recordings to animation sequences.
+#pragma once
+
+#include <ostream>
+#include <string>
+
+#include "CoreUtility/Puppet/PuppetRecord.h"
+#include "ZKHAL/ZKExport.h"
+
+namespace Internal {
+
+/**
+ * Builds the record's sequence of the poses from the last one at or before tStart to the last one before the first that
+ * is later than tEnd, if it is not built yet. A tEnd of -1 means to the end. No poses give {"data": []}.
+ */
+ZK_API void buildSubsequence(puppetRecord_t& record, float tStart, float tEnd);
+
+/** The commands of a frame that sets the pose from which the others count. */
+ZK_API std::string toJsonSetTempGlobal(const puppetPose_t& pose);
+/** The commands of a frame that drives to a pose and turns the head, within so many seconds. */
+ZK_API std::string toJsonTempGlobal(const puppetPose_t& pose, float time);
+
+/** Four digits after the point, in every locale. */
+ZK_API void setupOSS(std::ostream& out);
+/** One member of an object behind a prefix, which is "" for the first and "," for the others. */
+ZK_API void appendKVPairNum(std::ostream& out, const char* prefix, const char* key, int value);
+ZK_API void appendKVPairNum(std::ostream& out, const char* prefix, const char* key, float value);
+/** value is JSON text. */
+ZK_API void appendKVPairObj(std::ostream& out, const char* prefix, const char* key, const std::string& value);
+
+}  // namespace Internal
