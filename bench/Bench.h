@@ -36,4 +36,8 @@ constexpr uint32_t kClassroomRobots = 30;
 constexpr int kClassroomSeconds = 10;
 void addClassroomBenchmarks();
 
+// So many poses of a recording, the last an hour of it, built and converted.
+constexpr int kPoseCounts[] = {3600, 36000};
+void addPuppetBenchmarks();
+
 }  // namespace bench

@@ -79,6 +79,10 @@ public:
                 if (counter != run.counters.end()) {
                     mAllocations[run.run_name.function_name] += counter->second.value;
                 }
+                const auto bytes = run.counters.find("bytes");
+                if (bytes != run.counters.end()) {
+                    mBytes[run.run_name.function_name] = bytes->second.value;
+                }
             }
         }
     }
@@ -93,7 +97,13 @@ public:
         return mAllocations[name];
     }
 
+    double bytes(const std::string& name)
+    {
+        return mBytes[name];
+    }
+
 private:
+    std::map<std::string, double> mBytes;
     std::map<std::string, std::vector<double>> mTimes;
     std::map<std::string, double> mAllocations;
 };
@@ -139,6 +149,18 @@ void printClassroomTable(Collector& results)
                 robots("classroom/decode"), robots("classroom/simulate"));
 }
 
+void printPuppetTable(Collector& results)
+{
+    std::printf("\nA recording, median milliseconds, and the size of what is made\n");
+    for (int poses : kPoseCounts) {
+        const std::string build = "puppet/build/" + std::to_string(poses);
+        const std::string convert = "puppet/convert/" + std::to_string(poses);
+        std::printf("%6d poses: sequence built in %6.1f (%.1f MB), converted in %6.1f (%.2f MB)\n", poses,
+                    results.median(build) / 1e6, results.bytes(build) / 1e6, results.median(convert) / 1e6,
+                    results.bytes(convert) / 1e6);
+    }
+}
+
 void printEngineTable(Collector& results)
 {
     std::printf("\nA shell command to each robot, half of them answered, half timed out, median nanoseconds a robot\n");
@@ -175,11 +197,13 @@ int main(int argc, char** argv)
     bench::addSensorBenchmarks();
     bench::addEngineBenchmarks();
     bench::addClassroomBenchmarks();
+    bench::addPuppetBenchmarks();
     bench::Collector results;
     benchmark::RunSpecifiedBenchmarks(&results);
     bench::printCommandTable(results);
     bench::printSensorTable(results);
     bench::printEngineTable(results);
     bench::printClassroomTable(results);
+    bench::printPuppetTable(results);
     return 0;
 }

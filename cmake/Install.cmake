@@ -16,6 +16,9 @@ set(ZKHAL_CXX_HEADERS
   CoreUtility/ByteOrder.h
   CoreUtility/Clock.h
   CoreUtility/PayloadText.h
+  CoreUtility/Puppet/PuppetRecord.h
+  CoreUtility/Puppet/PuppetSequence.h
+  CoreUtility/Puppet/ZKAnimConvert.h
   CoreUtility/nx_json.h
   CppEngine/AdvertisementData.h
   CppEngine/PlatformAdapter.h
@@ -37,6 +40,7 @@ set(ZKHAL_CXX_HEADERS
   HAL/RobotMessages/Ctlr2BotMsg.h)
 if(ZKHAL_SIMULATOR)
   list(APPEND ZKHAL_CXX_HEADERS
+    Simulator/AnimationReader.h
     Simulator/Chassis.h
     Simulator/CommandReader.h
     Simulator/Link.h

@@ -99,6 +99,27 @@ printf 'NAME\r\n\nECHO a b\n' >"$dir/commands"
 expect "a shell" 0 $'Virtual Rusk\na b' "" sh -c "'$zkhal' shell --robot rusk --quiet <'$dir/commands'"
 expect "a shell without an answer" 1 "~<- C8 3E 3F 4E 4F 03" "" sh -c "printf 'NO\nSLEEP\n' | '$zkhal' shell"
 
+# Puppets
+expect "a recording" 0 "" "" "$zkhal" record -o "$dir/eight.csv"
+expect "its sequence" 0 "" "" "$zkhal" puppet "$dir/eight.csv" -o "$dir/eight.json"
+(cd "$dir" && "$zkhal" animate eight.json --slot 3 >listed 2>told) || { echo "no animation"; failures=$((failures + 1)); }
+expect "the file lists as it was made" 0 "~122 frames, 2424 bytes" "" "$zkhal" animate --list "$dir/SYSTPUPPET3AN"
+"$zkhal" animate --list "$dir/SYSTPUPPET3AN" | diff - <(head -n -1 "$dir/listed") || failures=$((failures + 1))
+expect "a replay" 0 "~122 frames in " "" \
+  "$zkhal" replay --over "$dir/eight.csv" --svg "$dir/eight.svg" "$dir/SYSTPUPPET3AN"
+grep -q '>Path<' "$dir/eight.svg" || { echo "no picture of a replay"; failures=$((failures + 1)); }
+printf 'operation, tAnim, tPose, x, y, theta, pan, tilt\nMEAS, 0.000000, 0.500000, 1.000000, 2.000000, 0.000000, 0.000000, 0.000000\n' >"$dir/measured.csv"
+expect "a log of the library" 0 '~"x":1.0000,"y":2.0000' "" "$zkhal" puppet --from 0 --to 1 "$dir/measured.csv"
+printf 't,x,y,theta,pan,tilt\n0,1,2\n' >"$dir/short.csv"
+expect "a short line" 1 "" "~short.csv:2: six numbers are wanted, not 3" "$zkhal" puppet "$dir/short.csv"
+printf 'x\n' >"$dir/none.csv"
+expect "no recording" 1 "" "~none.csv:1: a recording begins with" "$zkhal" puppet "$dir/none.csv"
+printf '{"data":[{"duration":0.3,"commands":{}},{"duration":1,"commands":{}}]}' >"$dir/bad.json"
+expect "a refused sequence" 1 "" "~refused: frame 2: \"duration\" is written with a point: 1.0" "$zkhal" animate "$dir/bad.json"
+printf '\x43\x01' >"$dir/cut"
+expect "a file that is cut off" 1 "~0 frames" "~byte 0: the record is cut off" "$zkhal" animate --list "$dir/cut"
+expect "a robot without wheels" 1 "" "~does not drive" "$zkhal" replay --robot pell "$dir/SYSTPUPPET3AN"
+
 expect "help" 0 "~zkhal encode --explain" "" "$zkhal" encode --help
 expect "version" 0 "~zkhal 0." "" "$zkhal" --version
 expect "no command" 2 "" "~subcommand is required" "$zkhal"

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "Input.h"
+#include "ZKHAL/ZKHAL.h"
 
 namespace zkhal {
 
@@ -22,6 +23,21 @@ void writeFile(const std::string& path, const std::string& content)
         std::remove(partial.c_str());
         throw InputError{path + ": " + reason};
     }
+}
+
+void sendMessagesToStderr()
+{
+    ZKSetMessageSink([](void*, int, const char* text) { std::fputs(text, stderr); }, nullptr);
+}
+
+QuietLibrary::QuietLibrary()
+{
+    ZKSetMessageSink([](void*, int, const char*) {}, nullptr);
+}
+
+QuietLibrary::~QuietLibrary()
+{
+    sendMessagesToStderr();
 }
 
 }  // namespace zkhal

@@ -150,6 +150,7 @@ struct PuppetOptions {
 void makeSequence(const PuppetOptions& options)
 {
     const std::vector<puppetPose_t> poses = readRecording(options.input, readInput(options.input));
+    const QuietLibrary quiet;  // of the one recording that it has
     ZKPuppetCore_clearAll();
     ZKPuppetCore_init(kRecord);
     for (const puppetPose_t& pose : poses) {
@@ -226,6 +227,14 @@ void tellFindings(const std::string& name, const std::string& lines)
     }
 }
 
+std::string converted(const std::string& text, uint32_t robotType)
+{
+    const QuietLibrary quiet;  // what it would say is shown frame by frame
+    std::string bytes(ZKPuppetCore_convertANByteCount(text.c_str(), robotType), '\0');
+    ZKPuppetCore_convertAN(text.c_str(), robotType, reinterpret_cast<uint8_t*>(bytes.data()), bytes.size());
+    return bytes;
+}
+
 int animate(const AnimateOptions& options)
 {
     if (!options.list.empty()) {
@@ -238,8 +247,7 @@ int animate(const AnimateOptions& options)
     if (verdict == ZK_CHECK_REFUSED) {
         return kBadInput;
     }
-    std::string bytes(ZKPuppetCore_convertANByteCount(text.c_str(), options.robotType), '\0');
-    ZKPuppetCore_convertAN(text.c_str(), options.robotType, reinterpret_cast<uint8_t*>(bytes.data()), bytes.size());
+    const std::string bytes = converted(text, options.robotType);
     const int status = listFrames(options.input, bytes);
     std::string output = options.output;
     if (output.empty() && options.hasSlot) {

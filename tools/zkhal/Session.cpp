@@ -6,6 +6,7 @@
 
 #include "CoreUtility/FormatText.h"
 #include "HexText.h"
+#include "OutputFile.h"
 
 namespace zkhal {
 
@@ -59,7 +60,7 @@ Session::Session(uint32_t robotType, uint64_t seed, const Simulator::Faults& fau
 Session::~Session()
 {
     ZKForgetRobot(kRobotId);
-    ZKSetMessageSink(nullptr, nullptr);
+    sendMessagesToStderr();
     ZKSetHostCallbacks(nullptr);
     ZKSetClock(nullptr);
 }

@@ -1,15 +1,14 @@
 // zkhal: the library on the command line.
-#include <cstdio>
 #include <exception>
 #include <iostream>
 
 #include "Commands.h"
+#include "OutputFile.h"
 #include "ZKHAL/ZKHAL.h"
 
 int main(int argc, char** argv)
 {
-    // Results are the only thing on stdout; what the library prints for people goes where messages go.
-    ZKSetMessageSink([](void*, int, const char* text) { std::fputs(text, stderr); }, nullptr);
+    zkhal::sendMessagesToStderr();
 
     CLI::App app("Commands and sensors of small classroom robots, without a radio.", "zkhal");
     app.set_version_flag("--version", "zkhal " ZKHAL_VERSION);

@@ -83,7 +83,6 @@ std::string slotName(unsigned slot)
 
 namespace Internal {
 
-// No bytes for a text that cannot be converted.
 std::vector<uint8_t> convertAN(const char* json, unsigned robotType)
 {
     std::vector<uint8_t> bytes;

