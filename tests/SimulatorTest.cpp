@@ -453,7 +453,7 @@ TEST_F(SimulatorTest, ABadLinkDoesWhatItsChancesSay)
 // A classroom: thirty robots, each driven by its own host over its own link, with the same bytes each time.
 TEST_F(SimulatorTest, ThirtyRobotsInOneProcess)
 {
-    const auto lesson = [this](std::string& bytes) {
+    const auto lesson = [](std::string& bytes) {
         struct Seat {
             std::string id;
             std::unique_ptr<VirtualRobot> robot;

@@ -30,8 +30,7 @@ std::string inHex(const std::string& bytes)
 }  // namespace
 
 Session::Session(uint32_t robotType, uint64_t seed, const Simulator::Faults& faults, Teller tell)
-    : mType(robotType),
-      mRobot(Simulator::VirtualRobot::create(robotType, seed)),
+    : mRobot(Simulator::VirtualRobot::create(robotType, seed)),
       mLink(*mRobot, faults, seed),
       mTell(std::move(tell)),
       mTranslator(ZKTranslatorCreate(robotType), ZKTranslatorDestroy)

@@ -72,7 +72,6 @@ private:
     static void failed(void* user, const char* robotId, const char* command, ZKErrorCode code, const char* message);
     static void logged(void* user, ZKLogSeverity severity, const char* text);
 
-    uint32_t mType;
     std::unique_ptr<Simulator::VirtualRobot> mRobot;
     Simulator::Link mLink;
     Teller mTell;
