@@ -38,6 +38,12 @@ set(ZKHAL_CXX_HEADERS
   HAL/RobotMessages/CommandRecords.h
   HAL/RobotMessages/Components.h
   HAL/RobotMessages/Ctlr2BotMsg.h)
+if(ZKHAL_SOUND)
+  list(APPEND ZKHAL_CXX_HEADERS
+    CoreUtility/Sound/NuSoundEncode.h
+    CoreUtility/Sound/ZKSound.h
+    CoreUtility/Sound/aflibConverter.h)
+endif()
 if(ZKHAL_SIMULATOR)
   list(APPEND ZKHAL_CXX_HEADERS
     Simulator/AnimationReader.h
@@ -50,6 +56,7 @@ if(ZKHAL_SIMULATOR)
     Simulator/SeededRandom.h
     Simulator/SensorReport.h
     Simulator/Servo.h
+    Simulator/SoundFileReader.h
     Simulator/VirtualRobot.h)
 endif()
 foreach(header IN LISTS ZKHAL_CXX_HEADERS)
@@ -70,6 +77,9 @@ if(BUILD_SHARED_LIBS)
   set(ZKHAL_PC_REQUIRES "")
 else()
   set(ZKHAL_PC_LIBS "-lstdc++ -lm")
+  if(ZKHAL_SOUND)
+    string(PREPEND ZKHAL_PC_LIBS "-lfaac ")
+  endif()
   set(ZKHAL_PC_REQUIRES "libcrypto")
 endif()
 configure_file(cmake/zkhal.pc.in zkhal.pc @ONLY)

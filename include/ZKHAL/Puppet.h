@@ -38,8 +38,9 @@ ZK_API float ZKPuppetCore_duration(const char* name);
 ZK_API float ZKPuppetCore_recommendedInterval(void);
 
 /**
- * The size of the sequence of a recording, its NUL included: of the poses between two times in seconds (a tEnd of -1
- * means to the end), or of all from 0 on. It is built when poses or times have changed since the last one.
+ * The size of the sequence of a recording, its NUL included: from the last pose at or before tStart up to the last one
+ * before the first that is later than tEnd (seconds; a tEnd of -1 means to the end), or from 0 to the end. It is built
+ * when poses or times have changed since the last one.
  */
 ZK_API size_t ZKPuppetCore_subsequenceByteCount(const char* name, float tStart, float tEnd);
 ZK_API size_t ZKPuppetCore_sequenceByteCount(const char* name);

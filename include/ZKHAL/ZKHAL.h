@@ -7,6 +7,7 @@
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/HostCallbacks.h"
 #include "ZKHAL/Puppet.h"
+#include "ZKHAL/Sound.h"
 #include "ZKHAL/Translation.h"
 #include "ZKHAL/Translator.h"
 #include "ZKHAL/Utilities.h"

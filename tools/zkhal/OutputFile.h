@@ -6,7 +6,8 @@
 namespace zkhal {
 
 // A result file that replaces an existing one only when it is complete.
-// Writes beside the target and renames. Throws InputError with the reason; then an existing file is as it was.
+// Writes beside the target and renames; a device or a pipe is written to as it is, and "-" is stdout. Throws InputError
+// with the reason; then an existing file is as it was.
 void writeFile(const std::string& path, const std::string& content);
 
 // What the library prints for people goes where messages go: results are the only thing on stdout.

@@ -115,12 +115,16 @@ public:
     {
         std::string svg = "<rect class='plot' x='" + number(mX) + "' y='" + number(mY) + "' width='" +
                           number(kPlotWidth) + "' height='" + number(kPlotHeight) + "'/>\n";
-        for (double v = std::ceil(mAxisX.low / mAxisX.step) * mAxisX.step; v <= mAxisX.high + 1e-9; v += mAxisX.step) {
+        constexpr int kMostTicks = 50;  // where a step is too small to make a difference
+        int count = 0;
+        for (double v = std::ceil(mAxisX.low / mAxisX.step) * mAxisX.step;
+             v <= mAxisX.high + 1e-9 && count < kMostTicks; v += mAxisX.step, ++count) {
             svg += line(x(v), mY, x(v), mY + kPlotHeight, "grid") +
                    text(x(v), mY + kPlotHeight + 15, "tick", "middle", number(std::fabs(v) < 1e-9 ? 0 : v));
         }
+        count = 0;
         for (double v = std::ceil(mAxisY.low / mAxisY.step) * mAxisY.step;
-             chart.bars.empty() && v <= mAxisY.high + 1e-9; v += mAxisY.step) {
+             chart.bars.empty() && v <= mAxisY.high + 1e-9 && count < kMostTicks; v += mAxisY.step, ++count) {
             svg += line(mX, y(v), mX + kPlotWidth, y(v), "grid") +
                    text(mX - 6, y(v) + 4, "tick", "end", number(std::fabs(v) < 1e-9 ? 0 : v));
         }
@@ -181,9 +185,13 @@ private:
 
 std::string drawCurve(const Frame& frame, const Curve& curve)
 {
+    // More points than a picture can show are thinned.
+    constexpr size_t kMostPoints = 5000;
+    const size_t stride = curve.points.size() / kMostPoints + 1;
     std::string path;
     bool isDown = false;
-    for (const Point& point : curve.points) {
+    for (size_t i = 0; i < curve.points.size(); i += stride) {
+        const Point& point = curve.points[i];
         const bool isFinite = std::isfinite(point.x) && std::isfinite(point.y);
         if (isFinite) {
             path += (isDown ? 'L' : 'M') + number(frame.x(point.x)) + ' ' + number(frame.y(point.y));

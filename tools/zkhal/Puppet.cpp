@@ -205,11 +205,13 @@ void tellFindings(const std::string& name, const std::string& lines)
         int count;
     };
     std::vector<Finding> findings;
+    const bool isCut = lines.find("\n... and more") != std::string::npos;
     for (size_t at = 0, end; at < lines.size(); at = end + 1) {
         end = std::min(lines.find('\n', at), lines.size());
         const std::string line = lines.substr(at, end - at);
         const size_t frame = line.find(": frame ");
-        const std::string words = frame != std::string::npos ? line.substr(line.find(": ", frame + 2)) : line;
+        const size_t behind = frame != std::string::npos ? line.find(": ", frame + 2) : frame;
+        const std::string words = behind != std::string::npos ? line.substr(behind) : line;
         const auto same =
             std::find_if(findings.begin(), findings.end(), [&](const Finding& each) { return each.words == words; });
         if (same != findings.end()) {
@@ -221,7 +223,7 @@ void tellFindings(const std::string& name, const std::string& lines)
     for (const Finding& each : findings) {
         std::cerr << name << ':' << each.line;
         if (each.count > 1) {
-            std::cerr << " (and " << each.count - 1 << " times more)";
+            std::cerr << " (and " << (isCut ? "at least " : "") << each.count - 1 << " times more)";
         }
         std::cerr << '\n';
     }
@@ -241,6 +243,9 @@ int animate(const AnimateOptions& options)
         return listFrames(options.list, readInput(options.list));
     }
     const std::string text = readInput(options.input);
+    if (text.find('\0') != std::string::npos) {
+        throw InputError{options.input + ": a zero byte is no text"};
+    }
     std::vector<char> findings(1 << 17);
     const int verdict = ZKCheckAnimationDocument(text.c_str(), options.robotType, findings.data(), findings.size());
     tellFindings(options.input, findings.data());
@@ -293,11 +298,16 @@ std::vector<Played> play(const ReplayOptions& options, const Simulator::Animatio
             }
         }
     };
+    constexpr double kLongest = 3600;
     for (const Simulator::AnimationFrame& frame : reading.frames) {
         for (const HALPacket_t& packet : frame.packets) {
             robot->write(kCommandControl, packet.data, packet.length);
         }
         wait(frame.wait_ms / 1000.0);
+        if (t > kLongest) {
+            std::cerr << "only the first hour is played\n";
+            break;
+        }
     }
     // The last pose may be still to come.
     for (int i = 0; i < 30 && robot->state().isDriving; ++i) {
@@ -316,9 +326,11 @@ std::array<double, 2> deviation(const std::vector<Played>& played, const std::ve
 {
     double sum = 0, most = 0;
     size_t count = 0;
+    auto next = poses.begin();
     for (const Played& each : played) {
-        const auto next = std::find_if(poses.begin(), poses.end(),
-                                       [&](const puppetPose_t& pose) { return static_cast<double>(pose.t) >= each.t; });
+        while (next != poses.end() && static_cast<double>(next->t) < each.t) {
+            ++next;
+        }
         if (next == poses.begin() || next == poses.end()) {
             continue;
         }
@@ -369,13 +381,18 @@ int replay(const ReplayOptions& options)
         poses = readRecording(options.over, readInput(options.over));
     }
     const std::vector<Played> played = play(options, reading);
+    double seconds = 0;
+    for (const Simulator::AnimationFrame& frame : reading.frames) {
+        seconds += frame.wait_ms / 1000.0;
+    }
+    std::printf("%zu frames in %.3f s", reading.frames.size(), seconds);
     if (!played.empty()) {
         const puppetPose_t& end = played.back().pose;
-        std::printf("%zu frames in %.3f s; it ends at x %.1f cm, y %.1f cm, heading %.1f degrees\n",
-                    reading.frames.size(), played.back().t, static_cast<double>(end.x), static_cast<double>(end.y),
-                    static_cast<double>(end.theta) * 180 / kPi);
+        std::printf("; it comes to rest at x %.1f cm, y %.1f cm, heading %.1f degrees", static_cast<double>(end.x),
+                    static_cast<double>(end.y), static_cast<double>(end.theta) * 180 / kPi);
     }
-    if (!poses.empty()) {
+    std::printf("\n");
+    if (!poses.empty() && !played.empty()) {
         const auto [mean, most] = deviation(played, poses);
         std::printf("from the recording it is %.2f cm away in the mean, %.2f cm at most\n", mean, most);
     }
@@ -422,7 +439,7 @@ void addPuppet(CLI::App& app, int& status)
     auto puppet = std::make_shared<PuppetOptions>();
     command = app.add_subcommand("puppet", "Turn a recording into an animation sequence");
     command->add_option("--from", puppet->from, "From the last pose at or before this time in seconds (default 0)");
-    command->add_option("--to", puppet->to, "Up to the last pose before this time (default all)");
+    command->add_option("--to", puppet->to, "Up to the last pose at or before this time; -1 is the end (default)");
     command->add_option("-o,--output", puppet->output, "The sequence; without it, stdout")->type_name("FILE");
     command->add_option("recording", puppet->input, "The recording, - for standard input")
         ->type_name("RECORDING.csv")
@@ -441,7 +458,7 @@ void addPuppet(CLI::App& app, int& status)
     addRobotOption(*command, animation->robotType);
     command->add_option("--list", animation->list, "Show an animation file frame by frame")->type_name("FILE");
     auto* slot = command->add_option("--slot", animation->slot, "Name the file as the robot does, by its slot");
-    command->add_option("-o,--output", animation->output, "The animation file")->type_name("FILE");
+    command->add_option("-o,--output", animation->output, "The animation file")->type_name("FILE")->excludes(slot);
     auto* input = command->add_option("sequence", animation->input, "The sequence, - for standard input")
                       ->type_name("SEQUENCE.json");
     command->footer(
@@ -467,7 +484,9 @@ void addPuppet(CLI::App& app, int& status)
     command->add_option("--over", replayed->over, "The recording that it was made of, to compare")
         ->type_name("RECORDING.csv");
     command->add_option("--svg", replayed->svg, "Draw its path into a picture")->type_name("FILE");
-    command->add_option("file", replayed->input, "The animation file")->type_name("FILE")->required();
+    command->add_option("file", replayed->input, "The animation file, - for standard input")
+        ->type_name("FILE")
+        ->required();
     command->footer("Example:\n  zkhal replay --over eight.csv --svg eight.svg SYSTPUPPET3AN");
     whenRun(command, replayed, status, replay);
 }

@@ -1,8 +1,11 @@
 #include "Recording.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cmath>
 
 #include "CoreUtility/FormatText.h"
+#include "CoreUtility/Numbers.h"
 #include "Input.h"
 
 namespace zkhal {
@@ -12,23 +15,38 @@ namespace {
 constexpr char kLogHeader[] = "operation, tAnim, tPose, x, y, theta, pan, tilt";
 constexpr char kMeasured[] = "MEAS";
 
+std::string trimmed(const std::string& text)
+{
+    const size_t begin = text.find_first_not_of(" \t\r");
+    return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(" \t\r") + 1 - begin);
+}
+
 std::vector<std::string> fieldsOf(const std::string& line)
 {
     std::vector<std::string> fields;
     for (size_t at = 0; at <= line.size();) {
         const size_t comma = std::min(line.find(',', at), line.size());
-        const size_t begin = std::min(line.find_first_not_of(" \t", at), comma);
-        const size_t last = line.find_last_not_of(" \t", comma == 0 ? 0 : comma - 1);
-        fields.push_back(last == std::string::npos || last < begin ? "" : line.substr(begin, last + 1 - begin));
+        fields.push_back(trimmed(line.substr(at, comma - at)));
         at = comma + 1;
     }
     return fields;
 }
 
+std::string withoutBlanks(std::string text)
+{
+    text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+    return text;
+}
+
+// A finite number, which single precision holds.
 bool readNumber(const std::string& text, float& number)
 {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() && !text.empty();
+    const size_t sign = !text.empty() && text[0] == '+' ? 1 : 0;
+    double value = 0;
+    const char* const textEnd = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data() + sign, textEnd, value);
+    number = ZKHAL::narrowed(value);
+    return error == std::errc() && end == textEnd && text.size() > sign && std::isfinite(number);
 }
 
 }  // namespace
@@ -40,17 +58,16 @@ std::vector<Internal::puppetPose_t> readRecording(const std::string& name, const
     int number = 0;
     for (size_t at = 0, end; at < text.size(); at = end + 1) {
         end = std::min(text.find('\n', at), text.size());
-        std::string line = text.substr(at, end - at);
-        while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) {
-            line.pop_back();
-        }
+        constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+        const bool isMarked = at == 0 && text.compare(0, 3, kByteOrderMark) == 0;
+        const std::string line = trimmed(text.substr(isMarked ? 3 : at, end - (isMarked ? 3 : at)));
         const std::string place = name + ":" + std::to_string(++number) + ": ";
         if (line.empty()) {
             continue;
         }
         if (!hasHeader) {
             isLog = line == kLogHeader;
-            hasHeader = isLog || line == kRecordingHeader;
+            hasHeader = isLog || withoutBlanks(line) == kRecordingHeader;
             if (!hasHeader) {
                 throw InputError{place + "a recording begins with the line " + kRecordingHeader};
             }
@@ -70,7 +87,7 @@ std::vector<Internal::puppetPose_t> readRecording(const std::string& name, const
         }
         for (size_t i = 0; i < 6; ++i) {
             if (!readNumber(fields[i], *values[i])) {
-                throw InputError{place + "\"" + ZKHAL::printable(fields[i]) + "\" is no number"};
+                throw InputError{place + "\"" + ZKHAL::printable(fields[i]) + "\" is no finite number"};
             }
         }
         poses.push_back(pose);

@@ -22,6 +22,9 @@ int main(int argc, char** argv)
     zkhal::addDemo(app, status);
     zkhal::addShell(app, status);
     zkhal::addPuppet(app, status);
+#if ZKHAL_HAS_SOUND
+    zkhal::addSound(app, status);
+#endif
 
     try {
         app.parse(argc, argv);

@@ -1,0 +1,83 @@
+#include "Simulator/SoundFileReader.h"
+
+namespace Simulator {
+
+namespace {
+
+// The header: tag, rate and length with their low bytes first, a mark.
+constexpr uint8_t kTag[] = {0x2F, 0x00};
+constexpr size_t kRateAt = 2, kLengthAt = 4, kMarkAt = 8, kHeader = 9;
+constexpr uint8_t kMark = 0xFF;
+
+constexpr size_t kAdtsHeader = 7;
+constexpr double kFrameSamples = 1024;
+constexpr unsigned kAdtsRates[] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
+                                   22050, 16000, 12000, 11025, 8000,  7350};
+constexpr size_t kAdtsRateCount = sizeof kAdtsRates / sizeof kAdtsRates[0];
+
+}  // namespace
+
+double SoundFileReading::seconds() const
+{
+    return rate > 0 ? static_cast<double>(frames.size()) * kFrameSamples / rate : 0;
+}
+
+SoundFileReading readSoundFile(const uint8_t* data, size_t size)
+{
+    SoundFileReading reading;
+    const auto problem = [&](const std::string& words) { reading.problems.push_back(words); };
+    if (size < kHeader) {
+        problem("it has " + std::to_string(size) + " bytes, less than a header");
+        return reading;
+    }
+    if (data[0] != kTag[0] || data[1] != kTag[1]) {
+        problem("it does not begin with 2F 00");
+    }
+    reading.rate = data[kRateAt] | static_cast<unsigned>(data[kRateAt + 1]) << 8;
+    if (reading.rate == 0) {
+        problem("its rate is 0");
+    }
+    for (size_t i = 0; i < 4; ++i) {
+        reading.streamLength |= static_cast<size_t>(data[kLengthAt + i]) << 8 * i;
+    }
+    if (reading.streamLength != size - kHeader) {
+        problem("its header tells of " + std::to_string(reading.streamLength) + " bytes behind it, there are " +
+                std::to_string(size - kHeader));
+    }
+    if (data[kMarkAt] != kMark) {
+        problem("byte 8 is not FF");
+    }
+    for (size_t at = kHeader; at < size;) {
+        const size_t left = size - at;
+        const uint8_t* const frame = data + at;
+        const std::string place =
+            "frame " + std::to_string(reading.frames.size() + 1) + ", at byte " + std::to_string(at) + ", ";
+        if (left < kAdtsHeader) {
+            problem(place + "is cut off");
+            break;
+        }
+        // Twelve bits of sync; the rate in bits 2 to 5 of byte 2; the length in 13 bits over bytes 3 to 5.
+        if (frame[0] != 0xFF || (frame[1] & 0xF6) != 0xF0) {
+            problem(place + "does not begin with an ADTS sync word");
+            break;
+        }
+        const size_t length = static_cast<size_t>(frame[3] & 3) << 11 | static_cast<size_t>(frame[4]) << 3 |
+                              static_cast<size_t>(frame[5]) >> 5;
+        if (length < kAdtsHeader || length > left) {
+            problem(place + (length < kAdtsHeader ? "has an impossible length" : "is cut off"));
+            break;
+        }
+        const size_t rate = frame[2] >> 2 & 0x0F;
+        if (reading.frames.empty() && rate < kAdtsRateCount) {
+            reading.adtsRate = kAdtsRates[rate];
+        }
+        reading.frames.push_back(length);
+        at += length;
+    }
+    if (reading.frames.empty()) {
+        problem("it has no frames");
+    }
+    return reading;
+}
+
+}  // namespace Simulator
