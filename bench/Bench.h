@@ -40,4 +40,13 @@ void addClassroomBenchmarks();
 constexpr int kPoseCounts[] = {3600, 36000};
 void addPuppetBenchmarks();
 
+// A minute of speech, encoded and converted.
+constexpr size_t kSoundSeconds = 60;
+struct Conversion {
+    const char* name;
+    int from, to;  // Hz
+};
+constexpr Conversion kConversions[] = {{"8000 to 16000", 8000, 16000}, {"44100 to 16000", 44100, 16000}};
+void addSoundBenchmarks();
+
 }  // namespace bench

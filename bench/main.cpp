@@ -13,6 +13,7 @@
 #include <benchmark/benchmark.h>
 
 #include "Bench.h"
+#include "ZKHAL/ZKVersion.h"
 
 namespace {
 
@@ -161,6 +162,20 @@ void printPuppetTable(Collector& results)
     }
 }
 
+void printSoundTable(Collector& results)
+{
+    const double search = results.median("sound/search"), tenRuns = results.median("sound/ten runs");
+    std::printf("\nA minute of speech, median milliseconds\n");
+    std::printf("NuSoundEncode %.0f, ten full runs of the encoder %.0f: ratio %.2f; %.0f s of sound in a second\n",
+                search / 1e6, tenRuns / 1e6, search / tenRuns, static_cast<double>(kSoundSeconds) * 1e9 / search);
+    for (const Conversion& each : kConversions) {
+        const double ours = results.median(std::string("convert/") + each.name);
+        const double reference = results.median(std::string("libsamplerate/") + each.name);
+        std::printf("converting %s Hz: %.2f, libsamplerate SRC_LINEAR %.2f: %.1f times as fast\n", each.name,
+                    ours / 1e6, reference / 1e6, reference / ours);
+    }
+}
+
 void printEngineTable(Collector& results)
 {
     std::printf("\nA shell command to each robot, half of them answered, half timed out, median nanoseconds a robot\n");
@@ -198,6 +213,9 @@ int main(int argc, char** argv)
     bench::addEngineBenchmarks();
     bench::addClassroomBenchmarks();
     bench::addPuppetBenchmarks();
+#if ZKHAL_HAS_SOUND
+    bench::addSoundBenchmarks();
+#endif
     bench::Collector results;
     benchmark::RunSpecifiedBenchmarks(&results);
     bench::printCommandTable(results);
@@ -205,5 +223,8 @@ int main(int argc, char** argv)
     bench::printEngineTable(results);
     bench::printClassroomTable(results);
     bench::printPuppetTable(results);
+#if ZKHAL_HAS_SOUND
+    bench::printSoundTable(results);
+#endif
     return 0;
 }

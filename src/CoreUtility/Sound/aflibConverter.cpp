@@ -76,10 +76,7 @@ int aflibConverter::resample(int& inCount, int outCount, const int16_t* in, int1
         written += interpolate(end, step, std::min(most, outCount - written), outCount, written, out);
         used += moveToFront();
     }
-    if (!mInitial || written < outCount || used > inCount) {
-        used = std::min(used, inCount);
-    }
-    inCount = used;
+    inCount = std::min(used, inCount);
     mInitial = false;
     return written;
 }
@@ -101,20 +98,22 @@ bool aflibConverter::fill(int inCount, const int16_t* in)
 int aflibConverter::interpolate(uint32_t end, uint32_t step, int most, int outCount, int written, int16_t* out)
 {
     const uint32_t endTime = end << kPhaseBits;
-    int count = 0;
-    uint32_t time = mTime;
+    const uint32_t left = mTime < endTime ? endTime - mTime : 0;
+    const uint32_t inBlock = step > 0 ? left / step + (left % step != 0 ? 1 : 0) : left > 0 ? ~uint32_t{0} : 0;
+    const int count = static_cast<int>(std::min(inBlock, static_cast<uint32_t>(most)));
     for (size_t channel = 0; channel < mBlocks.size(); ++channel) {
         const int16_t* const x = mBlocks[channel].data();
         int16_t* const y = out + channel * static_cast<size_t>(outCount) + written;
-        time = mTime;
-        for (count = 0; count < most && time < endTime; ++count, time += step) {
-            const uint32_t i = time >> kPhaseBits;
+        uint32_t time = mTime;
+        for (int k = 0; k < count; ++k, time += step) {
+            const int16_t* const at = x + (time >> kPhaseBits);
             const auto f = static_cast<int32_t>(time & kFraction);
-            const int32_t v = (static_cast<int32_t>(kOne) - f) * x[i] + f * x[i + 1];
-            y[count] = static_cast<int16_t>(std::clamp((v + 16384) >> kPhaseBits, -32768, 32767));
+            // (1 - f) of one and f of the next, rounded: never beyond the two, so within 16 bits.
+            const int32_t v = at[0] * static_cast<int32_t>(kOne) + f * (at[1] - at[0]);
+            y[k] = static_cast<int16_t>((v + 16384) >> kPhaseBits);
         }
     }
-    mTime = time;
+    mTime += static_cast<uint32_t>(count) * step;
     return count;
 }
 
