@@ -120,6 +120,21 @@ printf '\x43\x01' >"$dir/cut"
 expect "a file that is cut off" 1 "~0 frames" "~byte 0: the record is cut off" "$zkhal" animate --list "$dir/cut"
 expect "a robot without wheels" 1 "" "~does not drive" "$zkhal" replay --robot pell "$dir/SYSTPUPPET3AN"
 
+# Sounds, where there are any
+if "$zkhal" --help | grep -q '^ *sound ' && command -v espeak-ng >/dev/null; then
+  espeak-ng -w "$dir/hello.wav" "Hello, class"
+  expect "a sound" 0 "~the sound file is" "" "$zkhal" sound "$dir/hello.wav" -o "$dir/HELLO"
+  expect "what is in it" 0 "~of 1024 samples at 16000 Hz" "" "$zkhal" sound --info "$dir/HELLO"
+  "$zkhal" sound "$dir/hello.wav" -o - --no-normalize | head -c 4 | cmp -s - <(printf '\x2f\x00\x80\x3e') ||
+    { echo "no sound on standard output"; failures=$((failures + 1)); }
+  head -c 500 "$dir/HELLO" >"$dir/CUT"
+  expect "a damaged one" 1 "~frames" "~bytes behind it, there are 491" "$zkhal" sound --info "$dir/CUT"
+  head -c 44 "$dir/hello.wav" >"$dir/empty.wav"
+  expect "no samples" 1 "" "~there are no samples in it" "$zkhal" sound "$dir/empty.wav"
+  expect "no sound at all" 1 "" "~zkhal sound: README.md: " "$zkhal" sound README.md
+  expect "no such recording" 1 "" "~No such file" "$zkhal" sound "$dir/nowhere.wav"
+fi
+
 expect "help" 0 "~zkhal encode --explain" "" "$zkhal" encode --help
 expect "version" 0 "~zkhal 0." "" "$zkhal" --version
 expect "no command" 2 "" "~subcommand is required" "$zkhal"

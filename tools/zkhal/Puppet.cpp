@@ -253,6 +253,10 @@ int animate(const AnimateOptions& options)
         return kBadInput;
     }
     const std::string bytes = converted(text, options.robotType);
+    if (options.output == "-") {
+        writeFile("-", bytes);
+        return kSuccess;
+    }
     const int status = listFrames(options.input, bytes);
     std::string output = options.output;
     if (output.empty() && options.hasSlot) {

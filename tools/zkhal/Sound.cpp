@@ -132,27 +132,28 @@ private:
 
 int makeSound(const SoundOptions& options)
 {
+    std::FILE* const talk = options.output == "-" ? stderr : stdout;
     const Recording recording = readRecording(options.input);
     std::vector<int16_t> samples = atRobotRate(recording);
     if (samples.empty()) {
         throw InputError{options.input + ": it is too short for a sample at " + std::to_string(kRobotSoundRate) +
                          " Hz"};
     }
-    std::printf("%s: %s, %.3f s, %d Hz, %d channel%s\n", options.input.c_str(), recording.kind.c_str(),
-                static_cast<double>(recording.samples.size()) / recording.rate, recording.rate, recording.channels,
-                recording.channels == 1 ? "" : "s, mixed to one");
+    std::fprintf(talk, "%s: %s, %.3f s, %d Hz, %d channel%s\n", options.input.c_str(), recording.kind.c_str(),
+                 static_cast<double>(recording.samples.size()) / recording.rate, recording.rate, recording.channels,
+                 recording.channels == 1 ? "" : "s, mixed to one");
     const int before = peakOf(samples);
     if (!options.isAsLoudAsItIs) {
         constexpr double kTargetPeak = 0.99, kMaxGain = 5;
         ZKSoundNormalize(samples, 0, kTargetPeak, kMaxGain);
     }
     const int after = peakOf(samples);
-    std::printf("peak %.1f%% of full scale", before / 327.67);
+    std::fprintf(talk, "peak %.1f%% of full scale", before / 327.67);
     if (!options.isAsLoudAsItIs && before > 0) {
-        std::printf(", made %.2f times as loud: %.1f%%", static_cast<double>(after) / before, after / 327.67);
+        std::fprintf(talk, ", made %.2f times as loud: %.1f%%", static_cast<double>(after) / before, after / 327.67);
     }
-    std::printf("\n");
-    std::fflush(stdout);
+    std::fprintf(talk, "\n");
+    std::fflush(talk);
     std::vector<unsigned char> file;
     SoundEncodeReport report;
     {
@@ -160,12 +161,14 @@ int makeSound(const SoundOptions& options)
         report.progress = [&](double part) { bar.show(part); };
         NuSoundEncode(samples, file, kRobotSoundRate, kRobotSoundBits, report);
     }
-    std::printf("quality %d, %zu bytes for %.3f s: %.1f kbit/s\n", report.quality, file.size(),
-                static_cast<double>(samples.size()) / kRobotSoundRate,
-                static_cast<double>(file.size()) * 8 * kRobotSoundRate / static_cast<double>(samples.size()) / 1000);
+    std::fprintf(talk, "quality %d, %zu bytes for %.3f s: %.1f kbit/s\n", report.quality, file.size(),
+                 static_cast<double>(samples.size()) / kRobotSoundRate,
+                 static_cast<double>(file.size()) * 8 * kRobotSoundRate / static_cast<double>(samples.size()) / 1000);
     if (!options.output.empty()) {
         writeFile(options.output, std::string(file.begin(), file.end()));
-        std::printf("the sound file is %s\n", options.output.c_str());
+        if (options.output != "-") {
+            std::fprintf(talk, "the sound file is %s\n", options.output.c_str());
+        }
     }
     return kSuccess;
 }
