@@ -125,7 +125,7 @@ if "$zkhal" --help | grep -q '^ *sound ' && command -v espeak-ng >/dev/null; the
   espeak-ng -w "$dir/hello.wav" "Hello, class"
   expect "a sound" 0 "~the sound file is" "" "$zkhal" sound "$dir/hello.wav" -o "$dir/HELLO"
   expect "what is in it" 0 "~of 1024 samples at 16000 Hz" "" "$zkhal" sound --info "$dir/HELLO"
-  "$zkhal" sound "$dir/hello.wav" -o - --no-normalize | head -c 4 | cmp -s - <(printf '\x2f\x00\x80\x3e') ||
+  "$zkhal" sound "$dir/hello.wav" -o - --no-normalize 2>/dev/null | head -c 4 | cmp -s - <(printf '\x2f\x00\x80\x3e') ||
     { echo "no sound on standard output"; failures=$((failures + 1)); }
   head -c 500 "$dir/HELLO" >"$dir/CUT"
   expect "a damaged one" 1 "~frames" "~bytes behind it, there are 491" "$zkhal" sound --info "$dir/CUT"
