@@ -162,6 +162,7 @@ void printPuppetTable(Collector& results)
     }
 }
 
+#if ZKHAL_HAS_SOUND
 void printSoundTable(Collector& results)
 {
     const double search = results.median("sound/search"), tenRuns = results.median("sound/ten runs");
@@ -175,6 +176,7 @@ void printSoundTable(Collector& results)
                     ours / 1e6, reference / 1e6, reference / ours);
     }
 }
+#endif
 
 void printEngineTable(Collector& results)
 {

@@ -333,6 +333,7 @@ TEST(SoundTest, ProcessingMixesAndReverses)
     EXPECT_EQ(ZKSoundProcessSamples(stereo.data(), 6, 16000, 16000, 2, &file, &size), ZK_SOUND_OK);
     EXPECT_EQ(Bytes(file, file + size), fromStereo);
     ZKSoundFree(file);
+    const Samples muchTooLong(70000);
     const struct {
         const int16_t* samples;
         size_t count;
@@ -346,6 +347,7 @@ TEST(SoundTest, ProcessingMixesAndReverses)
         {stereo.data(), 6, 16000, 0, ZK_SOUND_BAD_CHANNELS},
         {stereo.data(), 5, 16000, 2, ZK_SOUND_ODD_STEREO},
         {stereo.data(), 6, 0, 2, ZK_SOUND_BAD_RATE},
+        {muchTooLong.data(), muchTooLong.size(), 1, 1, ZK_SOUND_BAD_RATE},  // more than 2^30 samples
     };
     for (const auto& c : cases) {
         EXPECT_EQ(ZKSoundProcessSamples(c.samples, c.count, c.from, 16000, c.channels, &file, &size), c.result);

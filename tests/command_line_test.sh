@@ -129,6 +129,8 @@ if "$zkhal" --help | grep -q '^ *sound ' && command -v espeak-ng >/dev/null; the
     { echo "no sound on standard output"; failures=$((failures + 1)); }
   head -c 500 "$dir/HELLO" >"$dir/CUT"
   expect "a damaged one" 1 "~frames" "~bytes behind it, there are 491" "$zkhal" sound --info "$dir/CUT"
+  printf '\x10' | dd of="$dir/HELLO" bs=1 seek=11 conv=notrunc status=none
+  expect "frames of another kind" 1 "~their own headers say 44100 Hz" "~is not of the robots' kind" "$zkhal" sound --info "$dir/HELLO"
   head -c 44 "$dir/hello.wav" >"$dir/empty.wav"
   expect "no samples" 1 "" "~there are no samples in it" "$zkhal" sound "$dir/empty.wav"
   expect "no sound at all" 1 "" "~zkhal sound: README.md: " "$zkhal" sound README.md

@@ -25,13 +25,14 @@ typedef enum ZKSoundResult {
     ZK_SOUND_EMPTY = 1,        /* there are no samples */
     ZK_SOUND_BAD_CHANNELS = 2, /* neither one channel nor two */
     ZK_SOUND_ODD_STEREO = 3,   /* two channels, and an odd number of samples */
-    ZK_SOUND_BAD_RATE = 4,     /* a rate of 0, or a ratio that cannot be converted */
-    ZK_SOUND_BAD_START = 5,    /* a start behind the last sample */
+    ZK_SOUND_BAD_RATE =
+        4, /* a rate of 0 that is to be converted, a ratio too small, or a result of more than 2^30 samples */
+    ZK_SOUND_BAD_START = 5, /* a start behind the last sample */
     ZK_SOUND_NO_MEMORY = 6
 } ZKSoundResult;
 
 /**
- * Makes a sound file: to mono, to another rate, encoded.
+ * Makes a sound file: to mono, to another rate, encoded. As loud as it is: see ZKSoundNormalizeSamples().
  * numChannels        1, or 2 for pairs of left and right, which come out as their mean and in reverse order of time, on
  *                    purpose: mix to mono yourself to keep the order.
  * toRate             16000 Hz: that is what the file says.

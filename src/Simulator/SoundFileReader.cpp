@@ -8,6 +8,7 @@ namespace {
 constexpr uint8_t kTag[] = {0x2F, 0x00};
 constexpr size_t kRateAt = 2, kLengthAt = 4, kMarkAt = 8, kHeader = 9;
 constexpr uint8_t kMark = 0xFF;
+constexpr unsigned kRobotRate = 16000;  // Hz
 
 constexpr size_t kAdtsHeader = 7;
 constexpr double kFrameSamples = 1024;
@@ -34,8 +35,8 @@ SoundFileReading readSoundFile(const uint8_t* data, size_t size)
         problem("it does not begin with 2F 00");
     }
     reading.rate = data[kRateAt] | static_cast<unsigned>(data[kRateAt + 1]) << 8;
-    if (reading.rate == 0) {
-        problem("its rate is 0");
+    if (reading.rate != kRobotRate) {
+        problem("its header says " + std::to_string(reading.rate) + " Hz, robots expect " + std::to_string(kRobotRate));
     }
     for (size_t i = 0; i < 4; ++i) {
         reading.streamLength |= static_cast<size_t>(data[kLengthAt + i]) << 8 * i;
@@ -47,6 +48,7 @@ SoundFileReading readSoundFile(const uint8_t* data, size_t size)
     if (data[kMarkAt] != kMark) {
         problem("byte 8 is not FF");
     }
+    bool isStrange = false;
     for (size_t at = kHeader; at < size;) {
         const size_t left = size - at;
         const uint8_t* const frame = data + at;
@@ -70,6 +72,12 @@ SoundFileReading readSoundFile(const uint8_t* data, size_t size)
         const size_t rate = frame[2] >> 2 & 0x0F;
         if (reading.frames.empty() && rate < kAdtsRateCount) {
             reading.adtsRate = kAdtsRates[rate];
+        }
+        // MPEG-2 without a checksum, low complexity, 8000 Hz, one channel.
+        const bool isOfRobots = (frame[1] & 0x0F) == 0x09 && frame[2] == 0x6C && (frame[3] & 0xC0) == 0x40;
+        if (!isOfRobots && (reading.frames.empty() || !isStrange)) {
+            problem(place + "is not of the robots' kind: MPEG-2, low complexity, 8000 Hz, one channel");
+            isStrange = true;
         }
         reading.frames.push_back(length);
         at += length;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include <unistd.h>
 
 #include "Commands.h"
+#include "CoreUtility/FormatText.h"
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Sound/aflibConverter.h"
 #include "CoreUtility/Sound/NuSoundEncode.h"
@@ -52,20 +54,42 @@ Recording readRecording(const std::string& path)
     Recording recording = {{}, info.samplerate, info.channels, format.name != nullptr ? format.name : "sound"};
     const auto channels = static_cast<size_t>(info.channels);
     constexpr size_t kFrames = 4096;
-    std::vector<float> buffer(kFrames * channels);
+    constexpr double kLongest = 3600;  // seconds
+    std::vector<float> buffer(kFrames * channels), mixed;
+    float peak = 0;
     for (sf_count_t read; (read = sf_readf_float(file.get(), buffer.data(), kFrames)) > 0;) {
         for (size_t i = 0; i < static_cast<size_t>(read); ++i) {
             float sum = 0;
             for (size_t channel = 0; channel < channels; ++channel) {
                 sum += buffer[i * channels + channel];
             }
-            const double mean = static_cast<double>(sum) / static_cast<double>(channels);
-            recording.samples.push_back(
-                static_cast<int16_t>(ZKHAL::roundHalfAway(std::clamp(mean, -1.0, 1.0) * 32767)));
+            const float mean = sum / static_cast<float>(channels);
+            mixed.push_back(std::isfinite(mean) ? mean : 0);
+            peak = std::max(peak, std::abs(mixed.back()));
+        }
+        if (static_cast<double>(mixed.size()) / recording.rate > kLongest) {
+            throw InputError{path + ": it is longer than an hour"};
         }
     }
-    if (recording.samples.empty()) {
+    if (sf_error(file.get()) != SF_ERR_NO_ERROR ||
+        (info.seekable != 0 && mixed.size() < static_cast<size_t>(info.frames))) {
+        throw InputError{path + ": it is damaged, only " +
+                         ZKHAL::plainNumber(static_cast<double>(mixed.size()) / recording.rate) + " s can be read"};
+    }
+    if (mixed.empty()) {
         throw InputError{path + ": there are no samples in it"};
+    }
+    if (peak > 1) {
+        std::cerr << path << ": it peaks at " << ZKHAL::plainNumber(static_cast<double>(peak))
+                  << " times full scale, and is brought down to it\n";
+    } else if (peak == 0) {
+        std::cerr << path << ": it is silent\n";
+    }
+    const float scale = 32768 / std::max(peak, 1.0f);
+    recording.samples.reserve(mixed.size());
+    for (const float sample : mixed) {
+        recording.samples.push_back(static_cast<int16_t>(
+            std::min<int64_t>(ZKHAL::roundHalfAway(static_cast<double>(sample) * static_cast<double>(scale)), 32767)));
     }
     return recording;
 }
@@ -161,9 +185,12 @@ int makeSound(const SoundOptions& options)
         report.progress = [&](double part) { bar.show(part); };
         NuSoundEncode(samples, file, kRobotSoundRate, kRobotSoundBits, report);
     }
-    std::fprintf(talk, "quality %d, %zu bytes for %.3f s: %.1f kbit/s\n", report.quality, file.size(),
-                 static_cast<double>(samples.size()) / kRobotSoundRate,
-                 static_cast<double>(file.size()) * 8 * kRobotSoundRate / static_cast<double>(samples.size()) / 1000);
+    const double seconds = static_cast<double>(samples.size()) / kRobotSoundRate;
+    std::fprintf(talk, "quality %d, %zu bytes for %.3f s", report.quality, file.size(), seconds);
+    if (seconds > 0.1) {  // or silence and headers are the most of it
+        std::fprintf(talk, ": %.1f kbit/s", static_cast<double>(file.size()) * 8 / seconds / 1000);
+    }
+    std::fprintf(talk, "\n");
     if (!options.output.empty()) {
         writeFile(options.output, std::string(file.begin(), file.end()));
         if (options.output != "-") {
@@ -182,8 +209,9 @@ int showInfo(const std::string& path)
                 reading.seconds());
     if (!reading.frames.empty()) {
         const auto [least, most] = std::minmax_element(reading.frames.begin(), reading.frames.end());
-        std::printf("frames of %zu to %zu bytes, %zu in all; their own headers say %u Hz, as robots expect\n", *least,
-                    *most, bytes.size() - kSoundHeader, reading.adtsRate);
+        const size_t sum = std::accumulate(reading.frames.begin(), reading.frames.end(), size_t{0});
+        std::printf("frames of %zu to %zu bytes, %zu in all; their own headers say %u Hz%s\n", *least, *most, sum,
+                    reading.adtsRate, reading.problems.empty() ? ", as robots expect" : "");
     }
     std::fflush(stdout);
     for (const std::string& problem : reading.problems) {
@@ -198,10 +226,11 @@ void addSound(CLI::App& app, int& status)
 {
     auto options = std::make_shared<SoundOptions>();
     CLI::App* command = app.add_subcommand("sound", "Make a robot's sound file of any recording, or look into one");
-    command->add_option("-o,--output", options->output, "The sound file")->type_name("FILE");
+    auto* output = command->add_option("-o,--output", options->output, "The sound file")->type_name("FILE");
     command->add_flag("--no-normalize", options->isAsLoudAsItIs, "Leave it as loud as it is");
     command->add_option("--info", options->info, "Show what is in a sound file, and what is wrong with it")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->excludes(output);
     auto* input =
         command->add_option("input", options->input, "A recording: WAV, FLAC, OGG, MP3, ...")->type_name("RECORDING");
     command->footer(

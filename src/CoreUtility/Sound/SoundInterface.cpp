@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "CoreUtility/Boundary.h"
+#include "CoreUtility/Sound/NuSoundEncode.h"
 #include "CoreUtility/Sound/ZKSound.h"
 
 namespace {
@@ -58,23 +59,23 @@ ZKSoundResult ZKSoundProcessSamples(const int16_t* samples, size_t count, uint16
 {
     clear(file, fileSize);
     return ZKHAL::guarded(__func__, ZK_SOUND_NO_MEMORY, [&] {
-        Samples input = copyOf(samples, count);
-        if (!input.empty() && numChannels != 1 && numChannels != 2) {
+        Samples input = copyOf(samples, count), prepared;
+        std::vector<unsigned char> encoded;
+        if (input.empty()) {
+            ZKSoundProcess(input, encoded, fromRate, toRate, numChannels);  // for its warning
+            return ZK_SOUND_EMPTY;
+        }
+        if (numChannels != 1 && numChannels != 2) {
             return ZK_SOUND_BAD_CHANNELS;
         }
         if (numChannels == 2 && input.size() % 2 != 0) {
             return ZK_SOUND_ODD_STEREO;
         }
-        if (!input.empty() && fromRate != toRate) {
-            // Whether the rates convert, on a sample of it.
-            Samples probe(1), result;
-            if (!ZKSoundResample(probe, result, fromRate, toRate)) {
-                return ZK_SOUND_BAD_RATE;
-            }
+        if (!ZKSoundPrepare(input, prepared, fromRate, toRate, numChannels)) {
+            return ZK_SOUND_BAD_RATE;
         }
-        std::vector<unsigned char> encoded;
-        return ZKSoundProcess(input, encoded, fromRate, toRate, numChannels) ? handOut(encoded, file, fileSize)
-                                                                             : ZK_SOUND_EMPTY;
+        NuSoundEncode(prepared, encoded, kRobotSoundRate, kRobotSoundBits);
+        return handOut(encoded, file, fileSize);
     });
 }
 

@@ -41,25 +41,35 @@ bool ZKSoundProcess(std::vector<int16_t>& dataIn, std::vector<unsigned char>& en
     if (isEmpty(dataIn, kProcess)) {
         return false;
     }
-    std::vector<int16_t> mixed;
-    std::vector<int16_t>* mono = &dataIn;
+    std::vector<int16_t> prepared;
     if (numChannels == 2) {
         ZK_ASSERT(dataIn.size() % 2 == 0);
-        mixed.reserve(dataIn.size() / 2);
-        for (size_t pair = dataIn.size() / 2; pair-- > 0;) {  // from the last one, so that time runs backwards
-            mixed.push_back(static_cast<int16_t>((dataIn[2 * pair] + dataIn[2 * pair + 1]) / 2));
-        }
-        mono = &mixed;
     } else {
         ZK_ASSERT(numChannels == 1);
     }
-    if (fromRate == toRate) {
-        return encode(*mono, encoded);
-    }
-    std::vector<int16_t> resampled;
-    const bool resampleResult = ZKSoundResample(*mono, resampled, fromRate, toRate);
+    const bool resampleResult = ZKSoundPrepare(dataIn, prepared, fromRate, toRate, numChannels);
     ZK_ASSERT(resampleResult);
-    return encode(resampled, encoded);
+    return encode(prepared, encoded);
+}
+
+bool ZKSoundPrepare(const std::vector<int16_t>& dataIn, std::vector<int16_t>& prepared, uint16_t fromRate,
+                    uint16_t toRate, uint8_t numChannels)
+{
+    prepared.clear();
+    if (numChannels == 2) {
+        prepared.reserve(dataIn.size() / 2);
+        for (size_t pair = dataIn.size() / 2; pair-- > 0;) {  // from the last one, so that time runs backwards
+            prepared.push_back(static_cast<int16_t>((dataIn[2 * pair] + dataIn[2 * pair + 1]) / 2));
+        }
+    } else {
+        prepared = dataIn;
+    }
+    if (fromRate == toRate) {
+        return true;
+    }
+    std::vector<int16_t> mono;
+    mono.swap(prepared);
+    return ZKSoundResample(mono, prepared, fromRate, toRate);
 }
 
 void ZKSoundNormalize(std::vector<int16_t>& samples, uint32_t startIndex, double targetPeak, double maxGain)

@@ -19,6 +19,10 @@ constexpr float kRobotSoundBits = 2.0f;      // for each sample
 ZK_API bool ZKSoundProcess(std::vector<int16_t>& dataIn, std::vector<unsigned char>& encoded, uint16_t fromRate,
                            uint16_t toRate, uint8_t numChannels);
 
+/** The samples of ZKSoundProcess() before they are encoded. False when the rates cannot be converted. */
+bool ZKSoundPrepare(const std::vector<int16_t>& dataIn, std::vector<int16_t>& prepared, uint16_t fromRate,
+                    uint16_t toRate, uint8_t numChannels);
+
 /**
  * Scales the samples from startIndex on, so that their peak is at targetPeak of full scale, but at most by maxGain.
  * A sample of -32768 does not count as a peak. What goes beyond 16 bits wraps.
@@ -29,8 +33,9 @@ ZK_API void ZKSoundNormalize(std::vector<int16_t>& samples, uint32_t startIndex,
 ZK_API bool ZKSoundNormalizeAndEncode(std::vector<int16_t>& samples, std::vector<unsigned char>& encoded);
 
 /**
- * By linear interpolation; dataOut is replaced. False without samples (with a warning), for a rate of 0, and for a
- * ratio too small for any output of a block. What the interpolation does not reach at the end is silent.
+ * By linear interpolation; dataOut is replaced. False without samples (with a warning), for a rate of 0, for a
+ * ratio too small for any output of a block, and for more than 2^30 samples. What the interpolation does not reach at
+ * the end is silent.
  */
 ZK_API bool ZKSoundResample(std::vector<int16_t>& dataIn, std::vector<int16_t>& dataOut, uint16_t fromRate,
                             uint16_t toRate);

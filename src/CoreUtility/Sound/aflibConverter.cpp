@@ -69,8 +69,9 @@ int aflibConverter::resample(int& inCount, int outCount, const int16_t* in, int1
     int written = 0, used = 0;
     while (written < outCount) {
         const bool isLast = fill(inCount, in);
-        const auto end = static_cast<uint32_t>(isLast ? mFilled : mFilled - kHistory);
-        if (isLast && mTime >> kPhaseBits >= end) {
+        // What a full block may interpolate, or less where the input ends before.
+        const auto end = static_cast<uint32_t>(std::min(mFilled, kBlock - kHistory));
+        if (isLast && mTime >> kPhaseBits >= static_cast<uint32_t>(mFilled)) {
             break;
         }
         written += interpolate(end, step, std::min(most, outCount - written), outCount, written, out);
