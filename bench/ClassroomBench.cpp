@@ -1,5 +1,4 @@
 // The reports of thirty virtual robots that drive about, decoded as an app decodes them.
-#include <algorithm>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -29,10 +28,7 @@ std::vector<Seat> drive()
         Seat seat = {ZKTranslatorCreate(type), {}};
         robot->advance(kClassroomSeconds);
         for (Simulator::Notification each; robot->nextNotification(each);) {
-            HALPacket_t packet = {};
-            packet.length = static_cast<uint32_t>(each.data.size());
-            std::copy(each.data.begin(), each.data.end(), packet.data);
-            seat.packets.push_back(packet);
+            seat.packets.push_back(Simulator::packetOf(each));
         }
         seats.push_back(std::move(seat));
     }

@@ -53,9 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         std::abort();
     }
     for (Simulator::Notification each; robot->nextNotification(each);) {
-        HALPacket_t packet = {};
-        packet.length = static_cast<uint32_t>(each.data.size());
-        std::memcpy(packet.data, each.data.data(), packet.length);
+        const HALPacket_t packet = Simulator::packetOf(each);
         char json[ZK_MAX_REPORT_SIZE];
         if (ZKTranslatorDecode(translator, &packet, 1, json, sizeof json) > sizeof json) {
             std::abort();

@@ -53,9 +53,7 @@ protected:
         for (Notification each; from.nextNotification(each);) {
             const bool isFirst = each.channel == Kestrel::gChannelSensorPacket1;
             if (isFirst || each.channel == Kestrel::gChannelSensorPacket2) {
-                HALPacket_t& packet = packets[isFirst ? 0 : 1];
-                packet.length = static_cast<uint32_t>(each.data.size());
-                std::copy(each.data.begin(), each.data.end(), packet.data);
+                packets[isFirst ? 0 : 1] = Simulator::packetOf(each);
             }
         }
         ZKTranslator* translator = ZKTranslatorCreate(from.type());
@@ -503,11 +501,9 @@ TEST_F(SimulatorTest, ThirtyRobotsInOneProcess)
                 for (Notification each; seat.link->nextNotification(each);) {
                     ZKReceivedData(seat.id.c_str(), each.channel, each.data.data(), each.data.size());
                     if (each.channel == Kestrel::gChannelSensorPacket1) {
-                        packets[0].length = HAL_PACKET_SIZE;
-                        std::copy(each.data.begin(), each.data.end(), packets[0].data);
+                        packets[0] = Simulator::packetOf(each);
                     } else if (each.channel == Kestrel::gChannelSensorPacket2) {
-                        packets[1].length = HAL_PACKET_SIZE;
-                        std::copy(each.data.begin(), each.data.end(), packets[1].data);
+                        packets[1] = Simulator::packetOf(each);
                         char json[ZK_MAX_REPORT_SIZE];
                         ZKTranslatorDecode(seat.translator, packets, 2, json, sizeof json);
                         bytes += json;

@@ -1,14 +1,13 @@
 #include "Simulator/SoundFileReader.h"
 
+#include "CoreUtility/Sound/NuSoundEncode.h"
+#include "CoreUtility/Sound/ZKSound.h"
+
 namespace Simulator {
 
 namespace {
 
-// The header: tag, rate and length with their low bytes first, a mark.
-constexpr uint8_t kTag[] = {0x2F, 0x00};
-constexpr size_t kRateAt = 2, kLengthAt = 4, kMarkAt = 8, kHeader = 9;
 constexpr uint8_t kMark = 0xFF;
-constexpr unsigned kRobotRate = 16000;  // Hz
 
 constexpr size_t kAdtsHeader = 7;
 constexpr double kFrameSamples = 1024;
@@ -27,29 +26,30 @@ SoundFileReading readSoundFile(const uint8_t* data, size_t size)
 {
     SoundFileReading reading;
     const auto problem = [&](const std::string& words) { reading.problems.push_back(words); };
-    if (size < kHeader) {
+    if (size < kSoundHeader) {
         problem("it has " + std::to_string(size) + " bytes, less than a header");
         return reading;
     }
-    if (data[0] != kTag[0] || data[1] != kTag[1]) {
+    if (data[0] != kSoundTag[0] || data[1] != kSoundTag[1]) {
         problem("it does not begin with 2F 00");
     }
-    reading.rate = data[kRateAt] | static_cast<unsigned>(data[kRateAt + 1]) << 8;
-    if (reading.rate != kRobotRate) {
-        problem("its header says " + std::to_string(reading.rate) + " Hz, robots expect " + std::to_string(kRobotRate));
+    reading.rate = data[kSoundRateAt] | static_cast<unsigned>(data[kSoundRateAt + 1]) << 8;
+    if (reading.rate != kRobotSoundRate) {
+        problem("its header says " + std::to_string(reading.rate) + " Hz, robots expect " +
+                std::to_string(kRobotSoundRate));
     }
     for (size_t i = 0; i < 4; ++i) {
-        reading.streamLength |= static_cast<size_t>(data[kLengthAt + i]) << 8 * i;
+        reading.streamLength |= static_cast<size_t>(data[kSoundLengthAt + i]) << 8 * i;
     }
-    if (reading.streamLength != size - kHeader) {
+    if (reading.streamLength != size - kSoundHeader) {
         problem("its header tells of " + std::to_string(reading.streamLength) + " bytes behind it, there are " +
-                std::to_string(size - kHeader));
+                std::to_string(size - kSoundHeader));
     }
-    if (data[kMarkAt] != kMark) {
+    if (data[kSoundMarkAt] != kMark) {
         problem("byte 8 is not FF");
     }
     bool isStrange = false;
-    for (size_t at = kHeader; at < size;) {
+    for (size_t at = kSoundHeader; at < size;) {
         const size_t left = size - at;
         const uint8_t* const frame = data + at;
         const std::string place =

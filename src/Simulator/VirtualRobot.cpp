@@ -107,6 +107,14 @@ double approached(double now, double target, double step)
 
 }  // namespace
 
+HALPacket_t packetOf(const Notification& notification)
+{
+    HALPacket_t packet = {};
+    packet.length = static_cast<uint32_t>(std::min<size_t>(notification.data.size(), HAL_PACKET_SIZE));
+    std::memcpy(packet.data, notification.data.data(), packet.length);
+    return packet;
+}
+
 // ---- What each command does ------------------------------------------------------------------------------------
 
 struct VirtualRobot::CommandRow {

@@ -15,6 +15,7 @@
 #include "Simulator/SeededRandom.h"
 #include "Simulator/SensorReport.h"
 #include "Simulator/Servo.h"
+#include "ZKHAL/HALPacket.h"
 #include "ZKHAL/Simulator.h"
 
 namespace Simulator {
@@ -23,6 +24,9 @@ struct Notification {
     const char* channel;  // lives as long as the program
     std::string data;
 };
+
+/** As a host hands it to the decoder: at most 20 bytes of it. */
+HALPacket_t packetOf(const Notification& notification);
 
 /** What happened on the robot, in words. */
 struct RobotEvent {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Channels.h"
 #include "Commands.h"
 #include "CoreUtility/FormatText.h"
 #include "CoreUtility/nx_json.h"
@@ -29,9 +30,6 @@ namespace {
 using Internal::puppetPose_t;
 
 constexpr char kRecord[] = "recording";
-constexpr char kCommandControl[] = "AF230002-879D-6186-1F49-DECA0E85D9C1";
-constexpr char kSensorPacket1[] = "AF230003-879D-6186-1F49-DECA0E85D9C1";
-constexpr char kSensorPacket2[] = "AF230006-879D-6186-1F49-DECA0E85D9C1";
 constexpr double kPi = 3.141592653589793;
 constexpr double kStep = 1.0 / 30;
 
@@ -66,9 +64,7 @@ public:
         for (Simulator::Notification each; robot.nextNotification(each);) {
             const std::string channel = each.channel;
             if (channel == kSensorPacket1 || channel == kSensorPacket2) {
-                HALPacket_t& packet = packets[channel == kSensorPacket1 ? 0 : 1];
-                packet.length = static_cast<uint32_t>(each.data.size());
-                std::copy(each.data.begin(), each.data.end(), packet.data);
+                packets[channel == kSensorPacket1 ? 0 : 1] = Simulator::packetOf(each);
             }
         }
         char json[ZK_MAX_REPORT_SIZE];

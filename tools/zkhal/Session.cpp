@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "Channels.h"
 #include "CoreUtility/FormatText.h"
 #include "HexText.h"
 #include "OutputFile.h"
@@ -13,11 +14,6 @@ namespace zkhal {
 namespace {
 
 constexpr char kRobotId[] = "virtual";
-// The host's own list of what it looks for.
-constexpr char kShellPacket[] = "AF230001-879D-6186-1F49-DECA0E85D9C1";
-constexpr char kCommandControl[] = "AF230002-879D-6186-1F49-DECA0E85D9C1";
-constexpr char kSensorPacket1[] = "AF230003-879D-6186-1F49-DECA0E85D9C1";
-constexpr char kSensorPacket2[] = "AF230006-879D-6186-1F49-DECA0E85D9C1";
 constexpr int64_t kTick_us = 15000;
 constexpr int64_t kRetry_us = 1000000;
 constexpr int64_t kEpoch_s = 1700000000;  // any: only differences count
@@ -182,7 +178,7 @@ void Session::receive(const Simulator::Notification& notification)
 {
     const bool isFirst = std::strcmp(notification.channel, kSensorPacket1) == 0;
     if (isFirst || std::strcmp(notification.channel, kSensorPacket2) == 0) {
-        takeSensorPacket(isFirst, notification.data);
+        takeSensorPacket(isFirst, Simulator::packetOf(notification));
     } else if (std::strcmp(notification.channel, kShellPacket) == 0 && showsBytes) {
         mTell(seconds(), "in", inHex(notification.data));
     }
@@ -192,14 +188,11 @@ void Session::receive(const Simulator::Notification& notification)
 }
 
 // Both packets of a report carry its number. One whose partner is lost is decoded alone when it is the first.
-void Session::takeSensorPacket(bool isFirst, const std::string& data)
+void Session::takeSensorPacket(bool isFirst, const HALPacket_t& packet)
 {
-    if (data.empty()) {
+    if (packet.length == 0) {
         return;
     }
-    HALPacket_t packet = {};
-    packet.length = static_cast<uint32_t>(std::min<size_t>(data.size(), HAL_PACKET_SIZE));
-    std::memcpy(packet.data, data.data(), packet.length);
     const auto number = [](const HALPacket_t& each) { return each.data[0] >> 4; };
     if (isFirst) {
         if (mFirst.length > 0 && number(packet) != number(mFirst)) {

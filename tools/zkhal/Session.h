@@ -62,7 +62,7 @@ private:
     void tick();
     void tellRobot();
     void receive(const Simulator::Notification& notification);
-    void takeSensorPacket(bool isFirst, const std::string& data);
+    void takeSensorPacket(bool isFirst, const HALPacket_t& packet);
     void report(const HALPacket_t* packets, size_t count);
     void lose(const char* words);
 

@@ -168,8 +168,7 @@ int makeSound(const SoundOptions& options)
                  recording.channels == 1 ? "" : "s, mixed to one");
     const int before = peakOf(samples);
     if (!options.isAsLoudAsItIs) {
-        constexpr double kTargetPeak = 0.99, kMaxGain = 5;
-        ZKSoundNormalize(samples, 0, kTargetPeak, kMaxGain);
+        ZKSoundNormalize(samples, 0, kRobotSoundPeak, kRobotSoundGain);
     }
     const int after = peakOf(samples);
     std::fprintf(talk, "peak %.1f%% of full scale", before / 327.67);

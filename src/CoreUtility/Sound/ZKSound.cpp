@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr double kTargetPeak = 0.99, kMaxGain = 5.0;
 constexpr char kProcess[] =
     "bool ZKSoundProcess(std::vector<int16_t> &, std::vector<unsigned char> &, unsigned short, unsigned short, "
     "unsigned char)";
@@ -99,7 +98,7 @@ void ZKSoundNormalize(std::vector<int16_t>& samples, uint32_t startIndex, double
 
 bool ZKSoundNormalizeAndEncode(std::vector<int16_t>& samples, std::vector<unsigned char>& encoded)
 {
-    ZKSoundNormalize(samples, 0, kTargetPeak, kMaxGain);
+    ZKSoundNormalize(samples, 0, kRobotSoundPeak, kRobotSoundGain);
     return encode(samples, encoded);
 }
 

@@ -8,6 +8,8 @@
 
 constexpr uint16_t kRobotSoundRate = 16000;  // Hz
 constexpr float kRobotSoundBits = 2.0f;      // for each sample
+constexpr double kRobotSoundPeak = 0.99;     // of full scale
+constexpr double kRobotSoundGain = 5.0;      // at most, to reach it
 
 /**
  * Makes a sound file of samples of any rate; appends it to `encoded`. dataIn is left alone.
