@@ -84,6 +84,24 @@ constexpr ParamList listOf(const ParamRow (&rows)[kCount])
 
 constexpr ParamList kNoParams = {nullptr, 0};
 
+// Keys mostly come in the order of their rows.
+inline void storeParams(const ParamList& list, const nx_json* params, void* record, const ParseContext& context)
+{
+    const ParamRow* next = list.rows;
+    const ParamRow* const end = list.rows + list.count;
+    for (const nx_json* param = params->child; param != nullptr; param = param->next) {
+        const ParamRow* row = next;
+        if (row == end || !context.isKey(row->comparedKey, param->key)) {
+            for (row = list.rows; row != end && !context.isKey(row->comparedKey, param->key); ++row) {
+            }
+        }
+        if (row != end) {
+            row->store(record, *param, context);
+            next = row + 1;
+        }
+    }
+}
+
 // What goes over the air whole.
 constexpr Range kWheelRange = {-1092.2, 1092.2};  // cm/s in 16 bits, 30 units each
 constexpr Range kByte = {0, 255}, kWord = {0, 65535}, kTwelveBits = {0, 4095}, kUnit = {0, 1};
@@ -201,17 +219,22 @@ double clampHeadServoValue(const HAL::RobotHW* robot, double angleDegrees, bool 
     return clampReal(angleDegrees, range.low, range.high);
 }
 
+template <bool kIsPan>
+void headAngle(void* record, const nx_json& value, const ParseContext& context)
+{
+    const auto limited = static_cast<float>(clampHeadServoValue(context.robot, value.dbl_value, kIsPan));
+    static_cast<HALMotorServo_t*>(record)->angle = ZKHAL::radiansFromDegrees(static_cast<double>(limited));
+}
+
+template <bool kIsPan>
 constexpr ParamRow kServoParams[] = {
-    {"degree", ParamView::Real,
-     [](void* record, const nx_json& value, const ParseContext& context) {
-         const auto limited = static_cast<float>(clampHeadServoValue(context.robot, value.dbl_value, context.isPan));
-         static_cast<HALMotorServo_t*>(record)->angle = ZKHAL::radiansFromDegrees(static_cast<double>(limited));
-     }},
+    {"degree", ParamView::Real, headAngle<kIsPan>},
     {"time", ParamView::Real, real<&HALMotorServo_t::time>},
     {"angular_cm_s", ParamView::Real, real<&HALMotorServo_t::angularSpeed>},
     {"angular_deg_s", ParamView::Real, degrees<&HALMotorServo_t::angularSpeed>},
     {"hold", ParamView::Integer, flag<&HALMotorServo_t::hold>},
 };
+constexpr ParamList kTiltParams = listOf(kServoParams<false>), kPanParams = listOf(kServoParams<true>);
 
 constexpr ParamRow kBodyMotionParams[] = {
     {"linear_cm_s", ParamView::Limited, real<&HALBodyMotionLinearAngular_t::linearVelocity>, {-150, 150}},
@@ -268,8 +291,12 @@ constexpr ParamRow kToneParams[] = {
 template <int kTone>
 void tone(void* record, const nx_json& value, const ParseContext& context)
 {
+    const nx_json* next = value.child;  // all before it have other keys, so it is the first with its own
     for (const ParamRow& row : kToneParams) {
-        row.store(&static_cast<HALAudioSynth_t*>(record)->tones[kTone], *nx_json_get(&value, row.key), context);
+        const bool inOrder = next != nullptr && context.isKey(row.comparedKey, next->key);
+        row.store(&static_cast<HALAudioSynth_t*>(record)->tones[kTone], inOrder ? *next : *nx_json_get(&value, row.key),
+                  context);
+        next = inOrder ? next->next : next;
     }
 }
 
@@ -564,83 +591,132 @@ const nx_json* findMissingBehaviourId(const nx_json* params, const nx_json* afte
 
 // ---- The vocabulary --------------------------------------------------------------------------------------------
 
-using Buffer = BotMessengerBuffer;
-using Msg = Ctlr2BotMsg;
-
-template <auto kStorage, auto kParse>
-void fill(Buffer& buffer, Msg& message, uint32_t id, const nx_json* params)
+void fillBodyMotion(HALBodyMotionLinearAngular_t& motion, const nx_json* params, const ParseContext& context)
 {
-    auto* record = (message.*kStorage)(id);
-    (buffer.*kParse)(params, record);  // no record on this robot: the routine returns at once
+    motion.isPose = 0;
+    motion.linearAcceleration = std::numeric_limits<double>::quiet_NaN();
+    motion.angularAcceleration = std::numeric_limits<double>::quiet_NaN();
+    storeParams(listOf(kBodyMotionParams), params, &motion, context);
 }
 
-void fillBothWheels(Buffer& buffer, Msg& message, uint32_t, const nx_json* params)
+void fillScalar(HALComponentScalar_t& scalar, const nx_json* params, const ParseContext& context)
 {
-    HALMotorWheel_t* left = message.getMotorWheelStorage(ZK_COMPONENT_WHEEL_LEFT);
-    HALMotorWheel_t* right = message.getMotorWheelStorage(ZK_COMPONENT_WHEEL_RIGHT);
-    buffer.parseBodyWheels(params, left, right);
+    // The first of several counts here, and a null counts as present.
+    const nx_json* percent = nx_json_get(params, kPercentKey);
+    if (percent == nx_json_get(nullptr, nullptr)) {
+        printOut("malformed json for component %d: missing %s\n\n", static_cast<int>(scalar.componentId), kPercentKey);
+        return;
+    }
+    kScalarParams[0].store(&scalar, *percent, context);
 }
 
-constexpr auto fillRgb = fill<&Msg::getRGBStorage, &Buffer::parseLightRGB>;
-constexpr auto fillLed = fill<&Msg::getLEDStorage, &Buffer::parseLightLED>;
-constexpr auto fillWheel = fill<&Msg::getMotorWheelStorage, &Buffer::parseMotorWheel>;
-constexpr auto fillTilt = fill<&Msg::getMotorServoStorage, &Buffer::parseMotorHeadTiltServo>;
-constexpr auto fillPan = fill<&Msg::getMotorServoStorage, &Buffer::parseMotorHeadPanServo>;
-constexpr auto fillNoParams = fill<&Msg::getNoParamsStorage, &Buffer::parseNoParams>;
-constexpr auto fillScalar = fill<&Msg::getScalarStorage, &Buffer::parseScalarPercentage>;
-constexpr auto fillLauncher = fill<&Msg::getLauncherStorage, &Buffer::parseLauncher>;
+void fillUserSettings(HALUserSetting_t& settings, const nx_json* params, const ParseContext& context)
+{
+    std::memset(settings.name, 0, sizeof settings.name);
+    settings.colorId = settings.animId = settings.avatarId = kSettingNotGiven;
+    storeParams(listOf(kUserSettingParams), params, &settings, context);
+    // The robot takes colour and animation together: what is not given stays as the robot advertised it.
+    if (context.robot == nullptr) {
+        return;
+    }
+    if (settings.colorId != kSettingNotGiven && settings.animId == kSettingNotGiven) {
+        settings.animId = context.robot->getRobotPersonalityAnimId();
+    } else if (settings.animId != kSettingNotGiven && settings.colorId == kSettingNotGiven) {
+        settings.colorId = context.robot->getRobotPersonalityColorId();
+    }
+}
 
-// Rows without fill are components that the parser reports as unknown.
+template <bool kIsStart>
+void fillBehaviour(HALPamplemousse_t& behaviour, const nx_json* params, const ParseContext&)
+{
+    parsePamplemousse(params, &behaviour, kIsStart);
+}
+
+template <class Record, void (*kFill)(Record&, const nx_json*, const ParseContext&)>
+void fillWith(const Ctlr2BotMsg&, void* record, const nx_json* params, const ParseContext& context)
+{
+    if (record != nullptr) {
+        kFill(*static_cast<Record*>(record), params, context);
+    }
+}
+
+void fillBothWheels(const Ctlr2BotMsg& message, void*, const nx_json* params, const ParseContext& context)
+{
+    BothWheels wheels = {message.getMotorWheelStorage(ZK_COMPONENT_WHEEL_LEFT),
+                         message.getMotorWheelStorage(ZK_COMPONENT_WHEEL_RIGHT)};
+    if (wheels.left != nullptr && wheels.right != nullptr) {
+        storeParams(listOf(kBothWheelsParams), params, &wheels, context);
+    }
+}
+
+constexpr auto fillMotion = fillWith<HALBodyMotionLinearAngular_t, fillBodyMotion>;
+constexpr auto fillPercentage = fillWith<HALComponentScalar_t, fillScalar>;
+constexpr auto fillSettings = fillWith<HALUserSetting_t, fillUserSettings>;
+constexpr auto fillStart = fillWith<HALPamplemousse_t, fillBehaviour<true>>;
+constexpr auto fillStop = fillWith<HALPamplemousse_t, fillBehaviour<false>>;
+constexpr char kNoBehaviourId[] = "a behaviour needs an \"id\" other than 65535";
+
+using Kind = HAL::RecordKind;
+constexpr Kind kUnknown = Kind::Count;  // reported as unknown
+
 constexpr ComponentRow kComponents[] = {
-    {ZK_COMPONENT_POWER, listOf(kPowerParams), fill<&Msg::getPowerStorage, &Buffer::parsePower>},
-    {ZK_COMPONENT_EYE_RING, listOf(kEyeRingParams), fill<&Msg::getEyeRingStorage, &Buffer::parseEyeRing>,
-     findBadEyeLight, "the eye ring has lights 1 to 12"},
-    {ZK_COMPONENT_RGB_101, listOf(kRgbParams), fillRgb},
-    {ZK_COMPONENT_RGB_102, listOf(kRgbParams), fillRgb},
-    {ZK_COMPONENT_RGB_103, listOf(kRgbParams), fillRgb},
-    {ZK_COMPONENT_RGB_104, listOf(kRgbParams), fillRgb},
-    {ZK_COMPONENT_LED_105, listOf(kLedParams), fillLed},
-    {ZK_COMPONENT_LED_106, listOf(kLedParams), fillLed},
-    {ZK_COMPONENT_RGB_107, listOf(kRgbParams), fillRgb},
-    {ZK_COMPONENT_LED3_108, listOf(kLed3Params), fill<&Msg::getLED3Storage, &Buffer::parseLightLED3>},
-    {ZK_COMPONENT_LED_109, listOf(kLedParams), fillLed},
-    {ZK_COMPONENT_LED_110, listOf(kLedParams), fillLed},
-    {ZK_COMPONENT_LED_111, listOf(kLedParams), fillLed},
-    {ZK_COMPONENT_WHEEL_LEFT, listOf(kWheelParams), fillWheel},
-    {ZK_COMPONENT_WHEEL_RIGHT, listOf(kWheelParams), fillWheel},
-    {ZK_COMPONENT_HEAD_TILT, listOf(kServoParams), fillTilt},
-    {ZK_COMPONENT_HEAD_PAN, listOf(kServoParams), fillPan},
-    {ZK_COMPONENT_BODY_LINEAR_ANGULAR, listOf(kBodyMotionParams),
-     fill<&Msg::getBodyMotionLinearAngularStorage, &Buffer::parseBodyMotionLinearAngular>},
-    {ZK_COMPONENT_BODY_POSE, listOf(kBodyPoseParams), fill<&Msg::getBodyPoseStorage, &Buffer::parseBodyPose>},
-    {ZK_COMPONENT_TILT_206, listOf(kServoParams), fillTilt},
-    {ZK_COMPONENT_PAN_207, listOf(kServoParams), fillPan},
-    {ZK_COMPONENT_TILT_208, listOf(kServoParams), fillTilt},
-    {ZK_COMPONENT_PAN_209, listOf(kServoParams), fillPan},
-    {ZK_COMPONENT_NO_PARAMS_210, kNoParams, fillNoParams},
-    {ZK_COMPONENT_BODY_WHEELS, listOf(kBothWheelsParams), fillBothWheels},
-    {ZK_COMPONENT_NO_PARAMS_212, kNoParams, fillNoParams},
-    {ZK_COMPONENT_SCALAR_213, listOf(kScalarParams), fillScalar},
-    {ZK_COMPONENT_SCALAR_214, listOf(kScalarParams), fillScalar},
-    {ZK_COMPONENT_SPEAKER, listOf(kSpeakerParams), fill<&Msg::getSpeakerStorage, &Buffer::parseSpeaker>},
-    {ZK_COMPONENT_ON_ROBOT_ANIM, listOf(kAnimParams), fill<&Msg::getAnimStorage, &Buffer::parseOnRobotAnim>},
-    {ZK_COMPONENT_AUDIO_SYNTH, listOf(kSynthParams), fill<&Msg::getAudioSynthStorage, &Buffer::parseAudioSynth>},
-    {ZK_COMPONENT_305, kNoParams, nullptr},
-    {ZK_COMPONENT_LAUNCHER_400, listOf(kLauncherParams), fillLauncher},
-    {ZK_COMPONENT_LAUNCHER_401, listOf(kLauncherParams), fillLauncher},
-    {ZK_COMPONENT_LED_MESSAGE, listOf(kLedMessageParams), fill<&Msg::getLedMsgStorage, &Buffer::parseLedMsg>},
-    {ZK_COMPONENT_PAMPLEMOUSSE_START, listOf(kBehaviourParamRows),
-     fill<&Msg::getPamplemousseStorage, &Buffer::parsePamplemousseStart>, findMissingBehaviourId,
-     "a behaviour needs an \"id\" other than 65535"},
-    {ZK_COMPONENT_PAMPLEMOUSSE_STOP, listOf(kBehaviourParamRows),
-     fill<&Msg::getPamplemousseStorage, &Buffer::parsePamplemousseStop>, findMissingBehaviourId,
-     "a behaviour needs an \"id\" other than 65535"},
-    {ZK_COMPONENT_USER_SETTINGS, listOf(kUserSettingParams),
-     fill<&Msg::getUserSettingsStorage, &Buffer::parseUserSettings>},
-    {ZK_COMPONENT_6001, kNoParams, nullptr},
-    {ZK_COMPONENT_PING, listOf(kPingParams), fill<&Msg::getPingStorage, &Buffer::parsePing>},
+    {ZK_COMPONENT_POWER, Kind::Power, listOf(kPowerParams)},
+    {ZK_COMPONENT_EYE_RING, Kind::EyeRing, listOf(kEyeRingParams), nullptr, findBadEyeLight,
+     "the eye ring has lights 1 to 12"},
+    {ZK_COMPONENT_RGB_101, Kind::RGB, listOf(kRgbParams)},
+    {ZK_COMPONENT_RGB_102, Kind::RGB, listOf(kRgbParams)},
+    {ZK_COMPONENT_RGB_103, Kind::RGB, listOf(kRgbParams)},
+    {ZK_COMPONENT_RGB_104, Kind::RGB, listOf(kRgbParams)},
+    {ZK_COMPONENT_LED_105, Kind::LED, listOf(kLedParams)},
+    {ZK_COMPONENT_LED_106, Kind::LED, listOf(kLedParams)},
+    {ZK_COMPONENT_RGB_107, Kind::RGB, listOf(kRgbParams)},
+    {ZK_COMPONENT_LED3_108, Kind::LED3, listOf(kLed3Params)},
+    {ZK_COMPONENT_LED_109, Kind::LED, listOf(kLedParams)},
+    {ZK_COMPONENT_LED_110, Kind::LED, listOf(kLedParams)},
+    {ZK_COMPONENT_LED_111, Kind::LED, listOf(kLedParams)},
+    {ZK_COMPONENT_WHEEL_LEFT, Kind::MotorWheel, listOf(kWheelParams)},
+    {ZK_COMPONENT_WHEEL_RIGHT, Kind::MotorWheel, listOf(kWheelParams)},
+    {ZK_COMPONENT_HEAD_TILT, Kind::MotorServo, kTiltParams},
+    {ZK_COMPONENT_HEAD_PAN, Kind::MotorServo, kPanParams},
+    {ZK_COMPONENT_BODY_LINEAR_ANGULAR, Kind::BodyMotionLinearAngular, listOf(kBodyMotionParams), fillMotion},
+    {ZK_COMPONENT_BODY_POSE, Kind::BodyPose, listOf(kBodyPoseParams)},
+    {ZK_COMPONENT_TILT_206, Kind::MotorServo, kTiltParams},
+    {ZK_COMPONENT_PAN_207, Kind::MotorServo, kPanParams},
+    {ZK_COMPONENT_TILT_208, Kind::MotorServo, kTiltParams},
+    {ZK_COMPONENT_PAN_209, Kind::MotorServo, kPanParams},
+    {ZK_COMPONENT_NO_PARAMS_210, Kind::NoParams, kNoParams},
+    {ZK_COMPONENT_BODY_WHEELS, Kind::MotorWheel, listOf(kBothWheelsParams), fillBothWheels},
+    {ZK_COMPONENT_NO_PARAMS_212, Kind::NoParams, kNoParams},
+    {ZK_COMPONENT_SCALAR_213, Kind::Scalar, listOf(kScalarParams), fillPercentage},
+    {ZK_COMPONENT_SCALAR_214, Kind::Scalar, listOf(kScalarParams), fillPercentage},
+    {ZK_COMPONENT_SPEAKER, Kind::Speaker, listOf(kSpeakerParams)},
+    {ZK_COMPONENT_ON_ROBOT_ANIM, Kind::Anim, listOf(kAnimParams)},
+    {ZK_COMPONENT_AUDIO_SYNTH, Kind::AudioSynth, listOf(kSynthParams)},
+    {ZK_COMPONENT_305, kUnknown, kNoParams},
+    {ZK_COMPONENT_LAUNCHER_400, Kind::Launcher, listOf(kLauncherParams)},
+    {ZK_COMPONENT_LAUNCHER_401, Kind::Launcher, listOf(kLauncherParams)},
+    {ZK_COMPONENT_LED_MESSAGE, Kind::LedMsg, listOf(kLedMessageParams)},
+    {ZK_COMPONENT_PAMPLEMOUSSE_START, Kind::Pamplemousse, listOf(kBehaviourParamRows), fillStart,
+     findMissingBehaviourId, kNoBehaviourId},
+    {ZK_COMPONENT_PAMPLEMOUSSE_STOP, Kind::Pamplemousse, listOf(kBehaviourParamRows), fillStop, findMissingBehaviourId,
+     kNoBehaviourId},
+    {ZK_COMPONENT_USER_SETTINGS, Kind::UserSetting, listOf(kUserSettingParams), fillSettings},
+    {ZK_COMPONENT_6001, kUnknown, kNoParams},
+    {ZK_COMPONENT_PING, Kind::Ping, listOf(kPingParams)},
 };
 static_assert(HAL::runsBesideComponents(kComponents), "kComponents is found by componentIndex()");
+
+inline bool fill(const Ctlr2BotMsg& message, size_t component, const nx_json* params, const ParseContext& context)
+{
+    const ComponentRow& row = kComponents[component];
+    void* record = message.record(row.kind, component);
+    if (row.fillSpecially != nullptr) {
+        row.fillSpecially(message, record, params, context);
+    } else if (record != nullptr) {
+        storeParams(row.params, params, record, context);
+    }
+    return row.kind != kUnknown;
+}
 
 }  // namespace
 
@@ -652,7 +728,7 @@ Range headRange(uint32_t robotType, bool isPan)
 const ParamRow* ParamList::find(const char* key) const
 {
     for (size_t i = 0; i < count; ++i) {
-        if (ZKHAL::isSameText(rows[i].key, key)) {
+        if (rows[i].comparedKey.isSameAs(key)) {
             return &rows[i];
         }
     }
@@ -662,7 +738,12 @@ const ParamRow* ParamList::find(const char* key) const
 const ComponentRow* findComponent(uint32_t id)
 {
     const int index = HAL::componentIndex(id);
-    return index >= 0 && kComponents[index].fill != nullptr ? &kComponents[index] : nullptr;
+    return index >= 0 && kComponents[index].kind != kUnknown ? &kComponents[index] : nullptr;
+}
+
+bool fillComponent(const Ctlr2BotMsg& message, size_t component, const nx_json* params, const ParseContext& context)
+{
+    return fill(message, component, params, context);
 }
 
 BotMessengerBuffer::BotMessengerBuffer(HAL::RobotHW* robot) : mRobot(robot) {}
@@ -692,10 +773,15 @@ const HAL::PacketList& BotMessengerBuffer::convert(const char* text, size_t leng
     if (root == nullptr) {
         document->error().print();
     }
-    return convert(root);
+    return convertDocument(root, true);
 }
 
-const HAL::PacketList& BotMessengerBuffer::convert(const nx_json* jsCommand)
+const HAL::PacketList& BotMessengerBuffer::convert(const nx_json* document)
+{
+    return convertDocument(document, false);
+}
+
+const HAL::PacketList& BotMessengerBuffer::convertDocument(const nx_json* jsCommand, bool hasPaddedText)
 {
     static const HAL::PacketList kNoPackets = {};
     if (mRobot == nullptr) {
@@ -707,15 +793,17 @@ const HAL::PacketList& BotMessengerBuffer::convert(const nx_json* jsCommand)
         message = std::make_shared<Ctlr2BotMsg>();
     }
     mRobot->initComponentsForCtlr2BotMsg(message.get());
+    const ParseContext context = {mRobot, hasPaddedText};
     for (const nx_json* member = jsCommand->child; member != nullptr; member = member->next) {
         const auto id = static_cast<uint32_t>(decimalPrefix(member->key));
-        if (const ComponentRow* row = findComponent(id)) {
-            row->fill(*this, *message, id, member);
-        } else {
+        const int index = HAL::componentIndex(id);
+        if (index < 0 || !fill(*message, static_cast<size_t>(index), member, context)) {
             printOut("unknown component id: %d\n", static_cast<int>(id));
         }
         // Known or not, and with or without a record: unmentioned fields are zero, and zeros are sent.
-        mRobot->setCommand(message->GetHwData(), id);
+        if (index >= 0) {
+            HAL::RobotHW_rev0::setComponent(message->GetHwData(), static_cast<size_t>(index));
+        }
     }
     const HAL::PacketList& list = HAL::RobotHW_rev0::pack(message.get(), mRobot);
     message.swap(mPendingMessage);
@@ -732,21 +820,6 @@ void BotMessengerBuffer::sentControllerMessage()
     mPendingMessage.reset();
 }
 
-void BotMessengerBuffer::_parseParams(const ParamList& list, const nx_json* params, void* record, bool isPan)
-{
-    const ParseContext context = {mRobot, isPan};
-    const ParamRow* next = list.rows;
-    const ParamRow* const end = list.rows + list.count;
-    for (const nx_json* param = params->child; param != nullptr; param = param->next) {
-        const char* key = orEmpty(param->key);
-        const bool inOrder = next != end && ZKHAL::isSameText(next->key, key);  // as the keys mostly come
-        if (const ParamRow* row = inOrder ? next : list.find(key)) {
-            row->store(record, *param, context);
-            next = row + 1;
-        }
-    }
-}
-
 #define ZK_RETURN_WITHOUT(record)                   \
     if ((record) == nullptr || params == nullptr) { \
         return;                                     \
@@ -755,43 +828,43 @@ void BotMessengerBuffer::_parseParams(const ParamList& list, const nx_json* para
 void BotMessengerBuffer::parsePower(const nx_json* params, HALPower_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kPowerParams), params, record);
+    storeParams(listOf(kPowerParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parsePing(const nx_json* params, HALPing_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kPingParams), params, record);
+    storeParams(listOf(kPingParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseLightLED(const nx_json* params, HALLED_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kLedParams), params, record);
+    storeParams(listOf(kLedParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseLightLED3(const nx_json* params, HALLED3_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kLed3Params), params, record);
+    storeParams(listOf(kLed3Params), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseLightRGB(const nx_json* params, HALRGB_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kRgbParams), params, record);
+    storeParams(listOf(kRgbParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseEyeRing(const nx_json* params, HALEyeRing_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kEyeRingParams), params, record);
+    storeParams(listOf(kEyeRingParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseMotorWheel(const nx_json* params, HALMotorWheel_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kWheelParams), params, record);
+    storeParams(listOf(kWheelParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseBodyWheels(const nx_json* params, HALMotorWheel_t* left, HALMotorWheel_t* right)
@@ -799,13 +872,13 @@ void BotMessengerBuffer::parseBodyWheels(const nx_json* params, HALMotorWheel_t*
     ZK_RETURN_WITHOUT(left)
     ZK_RETURN_WITHOUT(right)
     BothWheels wheels = {left, right};
-    _parseParams(listOf(kBothWheelsParams), params, &wheels);
+    storeParams(listOf(kBothWheelsParams), params, &wheels, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseMotorServo(const nx_json* params, HALMotorServo_t* record, bool isPan)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kServoParams), params, record, isPan);
+    storeParams(isPan ? kPanParams : kTiltParams, params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseMotorHeadPanServo(const nx_json* params, HALMotorServo_t* record)
@@ -821,16 +894,13 @@ void BotMessengerBuffer::parseMotorHeadTiltServo(const nx_json* params, HALMotor
 void BotMessengerBuffer::parseBodyMotionLinearAngular(const nx_json* params, HALBodyMotionLinearAngular_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    record->isPose = 0;
-    record->linearAcceleration = std::numeric_limits<double>::quiet_NaN();
-    record->angularAcceleration = std::numeric_limits<double>::quiet_NaN();
-    _parseParams(listOf(kBodyMotionParams), params, record);
+    fillBodyMotion(*record, params, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseBodyPose(const nx_json* params, HALBodyPose_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kBodyPoseParams), params, record);
+    storeParams(listOf(kBodyPoseParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseNoParams(const nx_json*, HALNoParams_t*)
@@ -841,60 +911,43 @@ void BotMessengerBuffer::parseNoParams(const nx_json*, HALNoParams_t*)
 void BotMessengerBuffer::parseScalarPercentage(const nx_json* params, HALComponentScalar_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    // The first of several counts here, and a null counts as present.
-    const nx_json* percent = nx_json_get(params, kPercentKey);
-    if (percent == nx_json_get(nullptr, nullptr)) {
-        printOut("malformed json for component %d: missing %s\n\n", static_cast<int>(record->componentId), kPercentKey);
-        return;
-    }
-    kScalarParams[0].store(record, *percent, {mRobot, false});
+    fillScalar(*record, params, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseSpeaker(const nx_json* params, HALSpeaker_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kSpeakerParams), params, record);
+    storeParams(listOf(kSpeakerParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseOnRobotAnim(const nx_json* params, HALAnim_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kAnimParams), params, record);
+    storeParams(listOf(kAnimParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseAudioSynth(const nx_json* params, HALAudioSynth_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kSynthParams), params, record);
+    storeParams(listOf(kSynthParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseLauncher(const nx_json* params, HALLauncher_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kLauncherParams), params, record);
+    storeParams(listOf(kLauncherParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseLedMsg(const nx_json* params, HALLedMsg_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    _parseParams(listOf(kLedMessageParams), params, record);
+    storeParams(listOf(kLedMessageParams), params, record, {mRobot, false});
 }
 
 void BotMessengerBuffer::parseUserSettings(const nx_json* params, HALUserSetting_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    std::memset(record->name, 0, sizeof record->name);
-    record->colorId = record->animId = record->avatarId = kSettingNotGiven;
-    _parseParams(listOf(kUserSettingParams), params, record);
-    // The robot takes colour and animation together: what is not given stays as the robot advertised it.
-    if (mRobot == nullptr) {
-        return;
-    }
-    if (record->colorId != kSettingNotGiven && record->animId == kSettingNotGiven) {
-        record->animId = mRobot->getRobotPersonalityAnimId();
-    } else if (record->animId != kSettingNotGiven && record->colorId == kSettingNotGiven) {
-        record->colorId = mRobot->getRobotPersonalityColorId();
-    }
+    fillUserSettings(*record, params, {mRobot, false});
 }
 
 void BotMessengerBuffer::parsePamplemousseStart(const nx_json* params, HALPamplemousse_t* record)

@@ -19,8 +19,6 @@ class JsonDocument;
 
 namespace APICore {
 
-struct ParamList;
-
 /**
  * Translates command documents for one robot. Keeps its working memory for the next document, up to 64 KiB of text
  * and 960 nodes; what a larger document needed is given back.
@@ -84,7 +82,7 @@ public:
     }
 
 private:
-    void _parseParams(const ParamList& list, const nx_json* params, void* record, bool isPan = false);
+    const HAL::PacketList& convertDocument(const nx_json* document, bool hasPaddedText);
 
     std::shared_ptr<HAL::Ctlr2BotMsg> mLastSentMessage;
     std::shared_ptr<HAL::Ctlr2BotMsg> mPendingMessage;

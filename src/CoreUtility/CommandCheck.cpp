@@ -145,7 +145,7 @@ constexpr SettingKeys kSettingKeys[] = {
 class Checker {
 public:
     Checker(uint32_t robotType, Findings& findings, bool isOfAnimation)
-        : mFindings(findings), mBuffer(&mRobot), mIsOfAnimation(isOfAnimation)
+        : mFindings(findings), mIsOfAnimation(isOfAnimation)
     {
         mRobot._setRobotType(robotType);
     }
@@ -219,7 +219,7 @@ private:
                 mIsPan = id == ZK_COMPONENT_HEAD_PAN || id == ZK_COMPONENT_PAN_207 || id == ZK_COMPONENT_PAN_209;
                 checkParams(row->params, member, name);
                 checkUnsent(id, member, name);
-                row->fill(mBuffer, mMessage, id, member);
+                fillComponent(mMessage, static_cast<size_t>(index), member, {&mRobot, false});
                 remarkPrinted(member);
                 checkAccepted(id, member, name);
             } else {
@@ -557,7 +557,6 @@ private:
     ZKHAL::MessageCapture mCapture;
     Findings& mFindings;
     HAL::RobotHW mRobot;
-    BotMessengerBuffer mBuffer;
     HAL::Ctlr2BotMsg mMessage;
     bool mIsOfAnimation;  // which takes all three packets
     size_t mOrigin[64] = {};

@@ -6,6 +6,7 @@
 
 #include "CoreUtility/BotMessengerBuffer.h"
 #include "CoreUtility/nx_json.h"
+#include "CoreUtility/Text.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotMessages/Ctlr2BotMsg.h"
 
@@ -19,8 +20,14 @@ enum class ParamView : uint8_t { Integer, Real, Limited, Level, Text, Object, Ar
 
 /** What the parser needs to know beside the value. */
 struct ParseContext {
-    const HAL::RobotHW* robot;
-    bool isPan;
+    const HAL::RobotHW* robot;  // null if there is none
+    bool hasPaddedText;         // of every key, ZKHAL::ComparedText::kReadable bytes can be read
+
+    bool isKey(const ZKHAL::ComparedText& expected, const char* key) const
+    {
+        return hasPaddedText && key != nullptr ? expected.isSameAsReadable(key)
+                                               : expected.isSameAs(ZKHAL::orEmpty(key));
+    }
 };
 
 struct Range {
@@ -57,14 +64,17 @@ struct ParamRow {
     void (*store)(void* record, const nx_json& value, const ParseContext& context);
     Range range = {};        // what arrives whole: of values, or of a text's length; empty: depends on more
     ParamList members = {};  // objects: what they are read for
+    ZKHAL::ComparedText comparedKey = ZKHAL::ComparedText(key);
 };
 
 /** One component of the command vocabulary. Everything that walks documents walks these rows. */
 struct ComponentRow {
     ZKComponentId id;
+    HAL::RecordKind kind;  // of its record; Count: the parser does not know this component
     ParamList params;
-    /** Parses the parameters into the record(s) of this id; does nothing when the robot registers none. */
-    void (*fill)(BotMessengerBuffer& buffer, HAL::Ctlr2BotMsg& message, uint32_t id, const nx_json* params);
+    /** Where there is more to do than to store the parameters one by one. record is null when the robot has none. */
+    void (*fillSpecially)(const HAL::Ctlr2BotMsg& message, void* record, const nx_json* params,
+                          const ParseContext& context) = nullptr;
     /** The next member of params (or params itself) for which fill() would stop the process; null if none. */
     const nx_json* (*findFatal)(const nx_json* params, const nx_json* after) = nullptr;
     const char* fatalReason = nullptr;  // in words for people
@@ -72,5 +82,12 @@ struct ComponentRow {
 
 /** The row of an id that the parser knows, else null. */
 const ComponentRow* findComponent(uint32_t id);
+
+/**
+ * Parses the parameters of a component (a row of kComponentNames) into its record(s). Does nothing when the robot
+ * registers none; false when the parser does not know the component.
+ */
+bool fillComponent(const HAL::Ctlr2BotMsg& message, size_t component, const nx_json* params,
+                   const ParseContext& context);
 
 }  // namespace APICore

@@ -52,50 +52,54 @@ inline bool readEightDigits(const char* text, uint64_t& value)
     return true;
 }
 
-// The same as readJsonNumber() for what documents mostly hold, in one pass: decimals of up to 18 digits without an
-// exponent. Null when the number is of another kind, which readJsonNumber() then reads.
+// The same as readJsonNumber() for what documents mostly hold, in one pass: decimals of up to 18 digits without a sign
+// and without an exponent. `end` is null when the number is of another kind, which readJsonNumber() then reads.
 // Eight bytes behind the end of the text are readable; the machine is little-endian.
 // Digits are taken one by one on purpose: how many there are is then guessed by the processor, which reads on
 // meanwhile; a length that is computed is waited for.
-inline const char* readPlainDecimal(const char* text, int64_t& integer, double& real, bool& isReal)
+[[gnu::always_inline]] inline JsonNumber readPlainDecimal(const char* text)
 {
     constexpr ptrdiff_t kMaxDigits = 18;
+    constexpr JsonNumber kOfAnotherKind = {nullptr, false, 0, 0.0};
+    const auto isLetter = [](char c) { return static_cast<unsigned char>((c | 0x20) - 'a') < 26; };
     const auto digitAt = [](const char* at) { return static_cast<unsigned>(static_cast<unsigned char>(*at)) - '0'; };
-    const char* first = text;
-    bool negative = false;
-    if (*text == '-') {
-        negative = true;
-        ++first;
-        asm("" : "+r"(first));  // keeps it a branch, for the same reason
+    uint64_t significand = digitAt(text);
+    if (significand > 9) {
+        return kOfAnotherKind;
     }
-    unsigned digit = digitAt(first);
-    if (digit > 9 || (digit == 0 && (digitAt(first + 1) <= 9 || (first[1] | 0x20) == 'x'))) {
-        return nullptr;
+    const char* p = text + 1;
+    unsigned digit;
+    if (*p != '.') {
+        if (digitAt(p) > 9 && !isLetter(*p)) {  // switches, light numbers, 0 and 1
+            return {p, false, static_cast<int64_t>(significand),
+                    static_cast<double>(static_cast<int64_t>(significand))};
+        }
+        if (significand == 0) {
+            return kOfAnotherKind;  // octal, hexadecimal
+        }
+        for (; (digit = digitAt(p)) <= 9; ++p) {
+            significand = significand * 10 + digit;
+        }
+        if (p - text > kMaxDigits || isLetter(*p)) {
+            return kOfAnotherKind;
+        }
+        if (*p != '.') {
+            return {p, false, static_cast<int64_t>(significand),
+                    static_cast<double>(static_cast<int64_t>(significand))};
+        }
     }
-    const char* p = first + 1;
-    uint64_t significand = digit;
-    for (; (digit = digitAt(p)) <= 9; ++p) {
-        significand = significand * 10 + digit;
-    }
-    integer = static_cast<int64_t>(negative ? uint64_t{0} - significand : significand);  // any: it may be too long yet
-    isReal = *p == '.';
-    if (!isReal) {
-        real = static_cast<double>(integer);
-        return p - first <= kMaxDigits && (*p | 0x20) != 'e' ? p : nullptr;
-    }
+    const auto integer = static_cast<int64_t>(significand);
     const char* const point = p++;
-    for (uint64_t eight; digitAt(p + 7) <= 9 && p - first <= kMaxDigits && readEightDigits(p, eight); p += 8) {
+    for (uint64_t eight; digitAt(p + 7) <= 9 && p - text <= kMaxDigits && readEightDigits(p, eight); p += 8) {
         significand = significand * 100000000 + eight;
     }
     for (; (digit = digitAt(p)) <= 9; ++p) {
         significand = significand * 10 + digit;
     }
-    if (p - first > kMaxDigits + 1 || (*p | 0x20) == 'e') {
-        return nullptr;
+    if (p - text > kMaxDigits + 1 || isLetter(*p)) {
+        return kOfAnotherKind;
     }
-    const double value = decimalFraction(significand, static_cast<int>(p - point - 1));
-    real = negative ? -value : value;
-    return p;
+    return {p, true, integer, decimalFraction(significand, static_cast<int>(p - point - 1))};
 }
 
 }  // namespace ZKHAL

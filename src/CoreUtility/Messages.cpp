@@ -42,24 +42,29 @@ ZK_PRINTF(3, 0) int formatSimple(char* text, size_t size, const char* format, va
 {
     char* out = text;
     char* const end = text + size - 1;
-    for (const char* p = format; *p != '\0'; ++p) {
-        if (*p != '%') {
-            if (out == end) {
-                return -1;
-            }
-            *out++ = *p;
-            continue;
+    const auto append = [&out, end](const char* part, size_t length) {
+        if (length > static_cast<size_t>(end - out)) {
+            return false;
         }
-        ++p;
+        std::memcpy(out, part, length);
+        out += length;
+        return true;
+    };
+    for (const char* p = format;; ++p) {
+        const char* const percent = std::strchr(p, '%');
+        if (!append(p, percent != nullptr ? static_cast<size_t>(percent - p) : std::strlen(p))) {
+            return -1;
+        }
+        if (percent == nullptr) {
+            break;
+        }
+        p = percent + 1;
         if (*p == 's') {
             const char* given = va_arg(arguments, const char*);
             const char* word = given != nullptr ? given : "(null)";  // as the C library says it
-            const size_t length = std::strlen(word);
-            if (length > static_cast<size_t>(end - out)) {
+            if (!append(word, std::strlen(word))) {
                 return -1;
             }
-            std::memcpy(out, word, length);
-            out += length;
             continue;
         }
         const bool isLong = *p == 'l';

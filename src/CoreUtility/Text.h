@@ -5,6 +5,10 @@
 #include <cstdint>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace ZKHAL {
 
 constexpr bool isDigit(char c)
@@ -66,6 +70,54 @@ inline bool isSameText(const char* a, const char* b)
     }
     return a[1] == '\0' || std::strcmp(a + 2, b + 2) == 0;
 }
+
+// A constant text to compare others with: their first 16 bytes at once.
+class ComparedText {
+public:
+    static constexpr size_t kReadable = 16;
+
+    // text lives as long as this.
+    explicit constexpr ComparedText(const char* text) : mText(text), mFirst(), mCompared(0)
+    {
+        size_t i = 0;
+        for (; i < kReadable && !mHasEnd; ++i) {
+            mFirst[i] = text[i];
+            mCompared |= 1 << i;
+            mHasEnd = text[i] == '\0';
+        }
+    }
+
+    bool isSameAs(const char* text) const
+    {
+        return isSameText(mText, text);
+    }
+
+    // The same for a text of which kReadable bytes can be read, wherever its end is.
+    bool isSameAsReadable(const char* text) const
+    {
+#if defined(__SSE2__)
+        const __m128i equal = _mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(text)),
+                                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(mFirst)));
+        if ((_mm_movemask_epi8(equal) & mCompared) != mCompared) {
+            return false;
+        }
+        return mHasEnd || std::strcmp(text + kReadable, mText + kReadable) == 0;
+#else
+        return isSameText(mText, text);
+#endif
+    }
+
+    const char* text() const
+    {
+        return mText;
+    }
+
+private:
+    const char* mText;
+    char mFirst[kReadable];
+    int mCompared;  // a bit for each byte of mFirst that belongs to the text, its end included
+    bool mHasEnd = false;
+};
 
 // Of the ASCII letters only.
 inline bool isSameTextIgnoringCase(const char* a, const char* b)

@@ -33,7 +33,7 @@ struct HeapNodes {
 
 bool isControlOrSpace(char c)
 {
-    return static_cast<unsigned char>(c) >= 1 && static_cast<unsigned char>(c) <= 32;
+    return static_cast<unsigned char>(c - 1) < ' ';
 }
 
 // Four hexadecimal digits; -1 when there are fewer.
@@ -55,16 +55,17 @@ bool isBlank(char c)
     return c == ' ' || c == ',' || c == '\n' || c == '\t' || c == '\r';
 }
 
-// The slow paths are plain functions, so that the parser below can live in registers.
+// The rare paths are functions of their own, so that the parser below can live in registers.
+#define ZK_RARE [[gnu::cold, gnu::noinline]]
 
-char* fail(JsonError& error, const char* reason, int site, const char* at)
+ZK_RARE char* fail(JsonError& error, const char* reason, int site, const char* at)
 {
     error = {reason, site, at};
     return nullptr;
 }
 
 // p stands at the slash.
-char* skipComment(char* p, JsonError& error)
+ZK_RARE char* skipComment(char* p, JsonError& error)
 {
     if (p[1] == '/') {
         char* end = std::strchr(p + 2, '\n');
@@ -159,7 +160,7 @@ char* failUnclosed(const char* start, char* in, nx_json_unicode_encoder encoder,
 
 // The string that began at `start` goes on at `in`, which stands at its first backslash or at its end.
 // Unescapes in place up to the closing quote, which becomes the terminator. Returns the position after it.
-char* unescapeRest(const char* start, char* in, nx_json_unicode_encoder encoder, JsonError& error)
+ZK_RARE char* unescapeRest(const char* start, char* in, nx_json_unicode_encoder encoder, JsonError& error)
 {
     if (!isClosed(in)) {
         return failUnclosed(start, in, encoder, error);
@@ -185,12 +186,37 @@ char* unescapeRest(const char* start, char* in, nx_json_unicode_encoder encoder,
     return in + 1;
 }
 
+// Sets of characters.
+class Characters {
+public:
+    constexpr Characters(const char* first, size_t count) : mHas()
+    {
+        for (size_t i = 0; i < count; ++i) {
+            mHas[static_cast<unsigned char>(first[i])] = true;
+        }
+    }
+
+    constexpr bool operator[](char c) const
+    {
+        return mHas[static_cast<unsigned char>(c)];
+    }
+
+private:
+    bool mHas[256];
+};
+constexpr Characters kEndsString("\"\\", 3);  // the NUL too
+
 // The first quote, backslash or NUL.
 template <bool kTextIsPadded>
 char* findStringEnd(char* p)
 {
 #if defined(__SSE2__)
     if constexpr (kTextIsPadded) {
+        for (int i = 0; i < 4; ++i, ++p) {
+            if (kEndsString[*p]) {
+                return p;
+            }
+        }
         for (;; p += 16) {
             const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
             const __m128i ends = _mm_or_si128(
@@ -208,34 +234,6 @@ char* findStringEnd(char* p)
     return p;
 }
 
-// Blanks, commas and comments between values. Null after an error.
-char* skipToValue(char* p, JsonError& error)
-{
-    while (isBlank(*p) || *p == '/') {
-        if (*p != '/') {
-            ++p;
-        } else if ((p = skipComment(p, error)) == nullptr) {
-            return nullptr;
-        }
-    }
-    return p;
-}
-
-// The next key's opening quote, or the end of the object. Null after an error.
-char* skipToKey(char* p, JsonError& error)
-{
-    while (*p != '"' && *p != '}') {
-        if (isControlOrSpace(*p) || *p == ',') {  // a wider set than between values
-            ++p;
-        } else if (*p != '/') {
-            return fail(error, "unexpected chars", 1, p);
-        } else if ((p = skipComment(p, error)) == nullptr) {
-            return nullptr;
-        }
-    }
-    return p;
-}
-
 // Keeps a step of the reading position a branch. The processor guesses branches and reads on meanwhile; a position
 // that is computed from what was read it would have to wait for, token after token.
 inline void guess(char*& p)
@@ -245,11 +243,11 @@ inline void guess(char*& p)
 
 struct Word {
     const char* text;
+    size_t length;
     nx_json_type type;
     int value;
 };
-constexpr Word kTrue = {"true", NX_JSON_BOOL, 1}, kFalse = {"false", NX_JSON_BOOL, 0},
-               kNull = {"null", NX_JSON_NULL, 0};
+constexpr Word kWords[] = {{"true", 4, NX_JSON_BOOL, 1}, {"false", 5, NX_JSON_BOOL, 0}, {"null", 4, NX_JSON_NULL, 0}};
 
 // The reader proper. An open container keeps its parent in `next`, which it needs for a sibling only after it is
 // closed: so nesting takes no stack, and a partial tree can be put in order again.
@@ -267,148 +265,202 @@ public:
     // The root, complete or not; an error is set when it is not. end: behind the root.
     nx_json* parse(char* p, const char*& end)
     {
-        nx_json* root = nullptr;
-        nx_json* open = nullptr;  // the container whose members are being read, null around the root
-        nx_json** link = &root;   // where the next node is hung in
-        uint32_t count = 0;       // children of `open` so far
-        bool inObject = false;
-        NodeBlock free = {nullptr, nullptr};
+        nx_json top = {NX_JSON_NULL, nullptr, nullptr, 0, 0.0, 0, nullptr, nullptr, nullptr};  // holds the root
+        nx_json* open = &top;         // the container whose members are being read
+        bool inObject = false;        // its type
+        nx_json** link = &top.child;  // where the next node is hung in
+        uint32_t count = 0;           // children of `open` so far
+        NodeBlock free = mNodes.nextBlock();
+        free.next->key = nullptr;
 
-        const auto create = [&](nx_json_type type, const char* key) {
-            if (free.next == free.end) {
-                free = mNodes.nextBlock();
-            }
+        // The next free node, whose key is set already. `next` stays unset until the container is closed.
+        const auto add = [&](nx_json_type type, const char* text, int64_t integer, double real) {
             nx_json* node = free.next++;
-            *node = {type, key, nullptr, 0, 0.0, 0, nullptr, nullptr, nullptr};
+            node->type = type;
+            node->text_value = text;
+            node->int_value = integer;
+            node->dbl_value = real;
+            node->length = 0;
+            node->child = nullptr;
+            node->last_child = nullptr;
             *link = node;
             link = &node->next;
             ++count;
+            if (free.next == free.end) {
+                free = mNodes.nextBlock();
+            }
             return node;
         };
-        const auto enter = [&](nx_json_type type, const char* key) {
-            nx_json* node = create(type, key);
-            if (open != nullptr) {
-                open->length = static_cast<int32_t>(count);
-            }
+        const auto enter = [&](nx_json_type type) {
+            nx_json* node = add(type, nullptr, 0, 0.0);
+            inObject = type == NX_JSON_OBJECT;
+            open->length = static_cast<int32_t>(count);
             node->next = open;
             open = node;
             link = &node->child;
             count = 0;
-            inObject = type == NX_JSON_OBJECT;
         };
         const auto leave = [&] {
             nx_json* closed = open;
+            *link = nullptr;
             closed->length = static_cast<int32_t>(count);
-            closed->last_child = link != &closed->child ? nodeWithLink(link) : nullptr;
+            closed->last_child = count != 0 ? nodeWithLink(link) : nullptr;
             open = closed->next;
-            closed->next = nullptr;
             link = &closed->next;
-            if (open != nullptr) {
-                count = static_cast<uint32_t>(open->length);
-                inObject = open->type == NX_JSON_OBJECT;
+            count = static_cast<uint32_t>(open->length);
+            inObject = open->type == NX_JSON_OBJECT;
+        };
+        const auto finish = [&](const char* position) {
+            end = position;
+            while (open != &top) {
+                leave();
             }
+            *link = nullptr;
+            return top.child;
         };
 
-        do {
-            const char* key = nullptr;
-            if (*p == ',') {
+        for (;;) {  // p stands before a value
+            if (isDigit(*p) || *p == '-') {
+                const JsonNumber number = isDigit(*p) ? readNumber(p) : readNegative(p);
+                if (number.end == nullptr) {
+                    return finish(nullptr);
+                }
+                p += number.end - p;
+                if (number.isReal) {
+                    add(NX_JSON_DOUBLE, nullptr, number.integer, number.real);
+                } else {
+                    add(NX_JSON_INTEGER, nullptr, number.integer, number.real);
+                }
+            } else if (*p == '{') {
+                enter(NX_JSON_OBJECT);
                 ++p;
-                guess(p);
+            } else if (*p == '"') {
+                add(NX_JSON_STRING, p + 1, 0, 0.0);
+                p = readString(p + 1);
+                if (p == nullptr) {
+                    return finish(nullptr);
+                }
+            } else if (*p == '[') {
+                enter(NX_JSON_ARRAY);
+                ++p;
+            } else if (*p == ']' && open->type == NX_JSON_ARRAY) {
+                leave();
+                ++p;
+            } else if (isBlank(*p) || *p == '/') {
+                p = skipBeforeValue(p);
+                if (p == nullptr) {
+                    return finish(nullptr);
+                }
+                continue;
+            } else {
+                const Word* word = wordAt(p);
+                if (word == nullptr) {
+                    return finish(nullptr);
+                }
+                add(word->type, nullptr, word->value, 0.0);
+                p += word->length;
             }
-            if (inObject) {
-                if (*p != '"' && (p = skipToKey(p, mError)) == nullptr) {
+
+            // Behind a value or an opening bracket: to the next value.
+            while (inObject) {
+                if (*p == ',') {
+                    ++p;
+                    guess(p);
+                }
+                if (*p == '\n') {  // of a document for people, indented
+                    do {
+                        ++p;
+                    } while (*p == ' ');
+                }
+                if (*p == '"') {
+                    free.next->key = p + 1;
+                    p = readString(p + 1);
+                    if (p == nullptr || (*p != ':' && (p = skipToColon(p)) == nullptr)) {
+                        return finish(nullptr);
+                    }
+                    ++p;
+                    if (*p == ' ') {
+                        ++p;
+                        guess(p);
+                    }
                     break;
                 }
                 if (*p == '}') {
                     ++p;
                     leave();
-                    continue;
-                }
-                key = p + 1;
-                p = readString(p + 1);
-                if (p == nullptr) {
-                    break;
-                }
-                while (isControlOrSpace(*p)) {
-                    ++p;
-                }
-                if (*p != ':') {
-                    p = fail(mError, "unexpected chars", 2, p);
-                    break;
-                }
-                ++p;
-            }
-            if (isBlank(*p) || *p == '/') {
-                p = skipToValue(p, mError);
-                if (p == nullptr) {
-                    break;
+                } else {
+                    p = skipBeforeKey(p);
+                    if (p == nullptr) {
+                        return finish(nullptr);
+                    }
                 }
             }
-            if (isDigit(*p) && (p[1] == ',' || p[1] == '}' || p[1] == ']')) {  // switches, light numbers, 0 and 1
-                nx_json* node = create(NX_JSON_INTEGER, key);
-                node->int_value = *p - '0';
-                node->dbl_value = *p - '0';
-                ++p;
+            if (inObject) {
                 continue;
             }
-            if (isDigit(*p) || *p == '-') {
-                p = readNumber(p, *create(NX_JSON_INTEGER, key));
-                continue;
+            if (open->type != NX_JSON_ARRAY) {
+                return finish(p);
             }
-            switch (*p) {
-                case '"':
-                    create(NX_JSON_STRING, key)->text_value = p + 1;
-                    p = readString(p + 1);
-                    break;
-                case '[':
-                    enter(NX_JSON_ARRAY, key);
-                    ++p;
-                    break;
-                case ']':
-                    if (open == nullptr || inObject) {
-                        p = fail(mError, "unexpected chars", 4, p);
-                        break;
-                    }
-                    leave();
-                    ++p;
-                    break;
-                case '{':
-                    enter(NX_JSON_OBJECT, key);
-                    ++p;
-                    break;
-                case 't':
-                case 'f':
-                case 'n': {
-                    const Word& word = *p == 't' ? kTrue : *p == 'f' ? kFalse : kNull;
-                    const size_t length = std::strlen(word.text);
-                    if (std::strncmp(p, word.text, length) != 0) {
-                        p = fail(mError, "unexpected chars", 5, p);
-                        break;
-                    }
-                    create(word.type, key)->int_value = word.value;
-                    p += length;
-                    break;
-                }
-                case '\0':
-                    p = fail(mError, "unexpected end of text", 3, p);
-                    break;
-                default:
-                    p = fail(mError, "unexpected chars", 7, p);
-                    break;
+            free.next->key = nullptr;
+            if (*p == ',') {
+                ++p;
+                guess(p);
             }
-        } while (p != nullptr && open != nullptr);
-
-        end = p;
-        while (open != nullptr) {
-            leave();
         }
-        return root;
     }
 
 private:
     static nx_json* nodeWithLink(nx_json** link)
     {
         return reinterpret_cast<nx_json*>(reinterpret_cast<char*>(link) - offsetof(nx_json, next));
+    }
+
+    // p stands at a blank or a slash.
+    char* skipBeforeValue(char* p)
+    {
+        while (isBlank(*p)) {
+            ++p;
+        }
+        return *p == '/' ? skipComment(p, mError) : p;
+    }
+
+    // p stands at something that is neither a key nor the end of the object.
+    char* skipBeforeKey(char* p)
+    {
+        while (isControlOrSpace(*p) || *p == ',') {  // a wider set than between values
+            ++p;
+        }
+        if (*p == '"' || *p == '}') {
+            return p;
+        }
+        return *p == '/' ? skipComment(p, mError) : fail(mError, "unexpected chars", 1, p);
+    }
+
+    // p stands behind a key.
+    ZK_RARE char* skipToColon(char* p)
+    {
+        while (isControlOrSpace(*p)) {
+            ++p;
+        }
+        return *p == ':' ? p : fail(mError, "unexpected chars", 2, p);
+    }
+
+    // The word at p, null after an error: nothing else is left that could begin a value.
+    ZK_RARE const Word* wordAt(char* p)
+    {
+        for (const Word& word : kWords) {
+            if (std::strncmp(p, word.text, word.length) == 0) {
+                return &word;
+            }
+        }
+        const bool isWord = *p == 't' || *p == 'f' || *p == 'n';
+        fail(mError, *p == '\0' ? "unexpected end of text" : "unexpected chars",
+             *p == '\0'  ? 3
+             : isWord    ? 5
+             : *p == ']' ? 4
+                         : 7,
+             p);
+        return nullptr;
     }
 
     // p stands behind the opening quote. Returns the position behind the closing one, which becomes a NUL.
@@ -422,23 +474,38 @@ private:
         return end + 1;
     }
 
-    char* readNumber(char* p, nx_json& node)
+    // end is null after an error.
+    JsonNumber readNumber(char* p)
     {
         if constexpr (Nodes::kTextIsPadded) {
-            bool isReal;
-            if (const char* end = readPlainDecimal(p, node.int_value, node.dbl_value, isReal)) {
-                node.type = isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER;
-                return p + (end - p);
+            const JsonNumber number = readPlainDecimal(p);
+            if (number.end != nullptr) {
+                return number;
             }
         }
+        return readAnyNumber(p);
+    }
+
+    // p stands at the minus sign.
+    JsonNumber readNegative(char* p)
+    {
+        if constexpr (Nodes::kTextIsPadded) {
+            const JsonNumber number = readPlainDecimal(p + 1);
+            if (number.end != nullptr) {
+                return {number.end, number.isReal, -number.integer,
+                        number.isReal ? -number.real : static_cast<double>(-number.integer)};  // -0 is 0, -0.0 is not
+            }
+        }
+        return readAnyNumber(p);
+    }
+
+    ZK_RARE JsonNumber readAnyNumber(char* p)
+    {
         const JsonNumber number = readJsonNumber(p);
         if (number.end == nullptr) {
-            return fail(mError, "invalid number", 6, p);
+            fail(mError, "invalid number", 6, p);
         }
-        node.type = number.isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER;
-        node.int_value = number.integer;
-        node.dbl_value = number.real;
-        return p + (number.end - p);
+        return number;
     }
 
     Nodes& mNodes;

@@ -100,6 +100,12 @@ constexpr bool isSorted(const std::array<StorageRow, kStorageRows>& rows)
 }
 static_assert(isSorted(kStorage), "the rows of a kind stand together and in the order of an ordered map");
 
+// Registered under 100, but the record is 104's.
+constexpr bool isAlias(const StorageRow& row)
+{
+    return row.kind == RecordKind::RGB && row.id == ZK_COMPONENT_EYE_RING;
+}
+
 constexpr StorageMaps storageMaps()
 {
     StorageMaps maps{kStorage.data(), {}, {}};
@@ -110,8 +116,10 @@ constexpr StorageMaps storageMaps()
         }
         maps.begin[kind] = static_cast<uint8_t>(row);
     }
-    for (row = 0; row < kStorageRows; ++row) {
-        maps.ofComponent[componentIndex(kStorage[row].id)] = static_cast<uint8_t>(row);
+    for (const StorageRow& each : kStorage) {
+        if (!isAlias(each)) {
+            maps.ofComponent[componentIndex(each.id)] = each;
+        }
     }
     return maps;
 }
@@ -129,12 +137,6 @@ RobotSet robotSet(uint32_t robotType)
         default:
             return kOtherRobot;
     }
-}
-
-// Registered under 100, but the record is 104's.
-constexpr bool isAlias(const StorageRow& row)
-{
-    return row.kind == RecordKind::RGB && row.id == ZK_COMPONENT_EYE_RING;
 }
 
 // Zero but for the ids of the registered records; copied into a working record at the start of a conversion.
@@ -212,17 +214,15 @@ uint64_t userSettingBits(Data& data)
     return !(settings.peyebright > 1.0) ? kBitSettingEyeBrightness : 0;
 }
 
-constexpr uint8_t kNoRow = 255;
-
-// The row of a record in kStorage.
-constexpr uint8_t rowOf(size_t record)
+// The row of a record in kStorage; null when there is no record.
+constexpr const StorageRow* rowOf(size_t record)
 {
-    for (size_t row = 0; row < kStorageRows; ++row) {
-        if (kStorage[row].offset == record && !isAlias(kStorage[row])) {
-            return static_cast<uint8_t>(row);
+    for (const StorageRow& row : kStorage) {
+        if (row.offset == record) {
+            return &row;
         }
     }
-    return kNoRow;
+    return nullptr;
 }
 
 struct CommandRow {
@@ -230,8 +230,8 @@ struct CommandRow {
     uint64_t bits;
     uint64_t (*moreBits)(Data&);  // where they depend on the record
     uint16_t record, record2;     // whose isSet flags are set
-    uint8_t row = rowOf(record);
-    uint8_t row2 = rowOf(record2);
+    const StorageRow* row = rowOf(record);
+    const StorageRow* row2 = rowOf(record2);
 };
 
 constexpr uint16_t kNoRecord = ZK_AT(header);  // the header lies there, and no record
@@ -281,13 +281,13 @@ constexpr CommandRow kCommands[] = {
 static_assert(runsBesideComponents(kCommands), "kCommands is found by componentIndex()");
 
 // Marks a record as commanded, whether this robot registers it or not: it is sent all the same.
-void markSet(Data& data, uint8_t row)
+void markSet(Data& data, const StorageRow* row)
 {
-    if (row != kNoRow) {
+    if (row != nullptr) {
         // Every record begins with its id and the flag.
         constexpr size_t kIsSetAt = sizeof(ZKComponentId);
         static_assert(offsetof(HALEyeRing_t, isSet) == kIsSetAt && offsetof(HALMotorWheel_t, isSet) == kIsSetAt, "");
-        static_cast<uint8_t*>(data.header.touch(kStorage[row]))[kIsSetAt] = 1;
+        static_cast<uint8_t*>(data.header.touch(*row))[kIsSetAt] = 1;
     }
 }
 
@@ -940,11 +940,18 @@ bool RobotHW_rev0::registersComponent(uint32_t robotType, uint32_t componentId)
 void RobotHW_rev0::setCommand(void* hwData, unsigned componentId)
 {
     const int index = componentIndex(componentId);
-    if (hwData == nullptr || index < 0) {
+    if (index >= 0) {
+        setComponent(hwData, static_cast<size_t>(index));
+    }
+}
+
+void RobotHW_rev0::setComponent(void* hwData, size_t component)
+{
+    if (hwData == nullptr) {
         return;
     }
     Data& data = *static_cast<Data*>(hwData);
-    const CommandRow& row = kCommands[index];
+    const CommandRow& row = kCommands[component];
     markSet(data, row.row);  // before the bits are asked for: a record that no document filled is fresh
     markSet(data, row.row2);
     data.commandMask |= row.moreBits != nullptr ? row.moreBits(data) : row.bits;

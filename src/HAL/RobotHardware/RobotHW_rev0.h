@@ -38,6 +38,8 @@ public:
 
     /** Marks a parsed component as pending. Null data does nothing; an id that is no component sets nothing. */
     static void setCommand(void* data, unsigned componentId);
+    /** The same for a row of kComponentNames. */
+    static void setComponent(void* data, size_t component);
 
     /**
      * Packs all pending commands, first fit into three packets and in a fixed order, and returns the packets that

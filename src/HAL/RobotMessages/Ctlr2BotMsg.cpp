@@ -52,21 +52,18 @@ void* Ctlr2BotMsg::find(RecordKind kind, uint32_t id) const
     if (component < 0) {
         return nullptr;
     }
-    const StorageRow* row = mMaps->rows + mMaps->ofComponent[component];
-    if (row->kind != kind || row->id != id) {  // a component of another kind, or one that has a second map
-        row = mMaps->rows + mMaps->begin[static_cast<size_t>(kind)];
-        const StorageRow* const end = mMaps->rows + mMaps->begin[static_cast<size_t>(kind) + 1];
-        while (row != end && row->id != id) {
-            ++row;
-        }
-        if (row == end) {
-            return nullptr;
+    if (void* own = record(kind, static_cast<size_t>(component))) {
+        return own;
+    }
+    // Some stand in the map of another kind too.
+    const size_t index = static_cast<size_t>(kind);
+    for (size_t i = mMaps->begin[index]; i < mMaps->begin[index + 1]; ++i) {
+        const StorageRow& row = mMaps->rows[i];
+        if (row.id == id && (row.robots & mRobot) != 0) {
+            return mRecords->touch(row);
         }
     }
-    if ((row->robots & mRobot) == 0) {
-        return nullptr;
-    }
-    return mRecords->touch(*row);
+    return nullptr;
 }
 
 template <class Record, class Print>

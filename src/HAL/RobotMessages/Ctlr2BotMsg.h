@@ -37,7 +37,7 @@ enum class RecordKind : uint8_t {
 };
 
 // Records begin at multiples of this, and are copied in words of this size.
-constexpr size_t kRecordStep = sizeof(uint64_t);
+constexpr size_t kRecordStep = 2 * sizeof(uint64_t);
 
 // Kinds of robot, as a set of bits, for tables that differ by robot.
 using RobotSet = uint8_t;
@@ -58,7 +58,7 @@ struct StorageRow {
 struct StorageMaps {
     const StorageRow* rows;
     uint8_t begin[static_cast<size_t>(RecordKind::Count) + 1];  // first row of each kind
-    uint8_t ofComponent[kComponentCount];                       // a row of each component, where to look first
+    StorageRow ofComponent[kComponentCount];                    // its own row; for no robot where it has none
 };
 
 // What every working record begins with. A conversion touches a few of the records: these are made fresh when they are
@@ -70,15 +70,21 @@ struct WorkingRecordHeader {
     // The record of a row, ready to be written.
     void* touch(const StorageRow& row)
     {
-        char* record = reinterpret_cast<char*>(this) + row.offset;
-        const uint64_t bit = uint64_t{1} << row.bit;
-        if ((touched & bit) == 0) {
-            touched |= bit;
-            for (size_t at = 0; at < row.size; at += kRecordStep) {  // a few words: cheaper than a call
-                std::memcpy(record + at, fresh + row.offset + at, kRecordStep);
-            }
+        if ((touched >> row.bit & 1) == 0) {
+            refresh(row);
         }
-        return record;
+        return reinterpret_cast<char*>(this) + row.offset;
+    }
+
+    void refresh(const StorageRow& row)
+    {
+        touched |= uint64_t{1} << row.bit;
+        char* record = reinterpret_cast<char*>(this) + row.offset;
+        const char* from = fresh + row.offset;
+        const char* const end = from + row.size;
+        for (; from < end; from += kRecordStep, record += kRecordStep) {  // a few words: cheaper than a call
+            std::memcpy(record, from, kRecordStep);
+        }
     }
 };
 
@@ -144,6 +150,16 @@ public:
     /** For the encoder: fills the maps. `owner` is told when the message gives `records` up; may be null. */
     void bindStorage(const StorageMaps& maps, RobotSet robot, WorkingRecordHeader* records,
                      const std::shared_ptr<RecordOwner>& owner);
+
+    /** For the parser: the record of a component (a row of kComponentNames), null if there is none of this kind. */
+    void* record(RecordKind kind, size_t component) const
+    {
+        if (mMaps == nullptr) {
+            return nullptr;
+        }
+        const StorageRow& row = mMaps->ofComponent[component];
+        return row.kind == kind && (row.robots & mRobot) != 0 ? mRecords->touch(row) : nullptr;
+    }
 
     /** Back to empty maps and no hardware data. */
     void clear();
