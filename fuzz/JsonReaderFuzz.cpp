@@ -1,32 +1,50 @@
-// Any text through the JSON reader, in all its forms: they must agree on what is accepted.
+// Any text through the JSON reader, in all its forms: they must agree on what is accepted, and on what it says.
 #include <cstdlib>
+#include <cstring>
 #include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "CoreUtility/JsonDocument.h"
 #include "CoreUtility/nx_json.h"
+#include "CoreUtility/Text.h"
 #include "ZKHAL/Diagnostics.h"
 
 namespace {
 
-// Walks the whole tree without a stack of its own depth.
-size_t countNodes(const nx_json* root)
+bool isSameText(const char* one, const char* two)
 {
-    size_t count = 0;
-    const nx_json* pending[64];
-    size_t depth = 0;
-    for (const nx_json* node = root; node != nullptr;) {
-        ++count;
-        if (node->child != nullptr && depth < 64) {
-            pending[depth++] = node->next;
-            node = node->child;
-        } else {
-            node = node->next;
+    return (one == nullptr) == (two == nullptr) && std::strcmp(ZKHAL::orEmpty(one), ZKHAL::orEmpty(two)) == 0;
+}
+
+bool isSameNode(const nx_json& one, const nx_json& two)
+{
+    return one.type == two.type && isSameText(one.key, two.key) && isSameText(one.text_value, two.text_value) &&
+           one.int_value == two.int_value && std::memcmp(&one.dbl_value, &two.dbl_value, sizeof one.dbl_value) == 0 &&
+           one.length == two.length;
+}
+
+// Walks both trees without a stack of their own depth on the machine's stack.
+bool isSameTree(const nx_json* one, const nx_json* two)
+{
+    std::vector<std::pair<const nx_json*, const nx_json*>> pending = {{one, two}};
+    while (!pending.empty()) {
+        std::tie(one, two) = pending.back();
+        pending.pop_back();
+        if (one == nullptr || two == nullptr) {
+            if (one != two) {
+                return false;
+            }
+            continue;
         }
-        while (node == nullptr && depth > 0) {
-            node = pending[--depth];
+        if (!isSameNode(*one, *two) || (one->child == nullptr) != (one->last_child == nullptr)) {
+            return false;
         }
+        pending.emplace_back(one->next, two->next);
+        pending.emplace_back(one->child, two->child);
     }
-    return count;
+    return true;
 }
 
 }  // namespace
@@ -40,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const nx_json* one = nx_json_parse_utf8(dropped.data());
     ZKHAL::JsonDocument document;
     const nx_json* two = document.parse(text.c_str(), text.size());
-    if ((one == nullptr) != (two == nullptr) || countNodes(one) != countNodes(two)) {
+    if (!isSameTree(one, two)) {
         std::abort();
     }
     nx_json_get(one, "a");

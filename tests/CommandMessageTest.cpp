@@ -1,6 +1,8 @@
 // The message container, the parser on its own, and how long packets stay readable.
 #include <cmath>
+#include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -200,6 +202,33 @@ TEST(CommandMessageTest, ASecondPackingAddsToTheSamePackets)
     const auto packets = robot->packetizeCtlr2BotMsg(&message);
     ASSERT_EQ(packets.size(), 1u);
     EXPECT_EQ(support::hex(packets[0]->data, packets[0]->length), "0D 00 FF 00 00");
+}
+
+// A text of its own the parser reads a few bytes at a time, a tree from elsewhere byte by byte.
+TEST(CommandMessageTest, TextsAndTreesAreReadTheSame)
+{
+    const char* const kDocuments[] = {
+        R"({"204":{"angular_acc_deg_s_s":90,"linear_acc_cm_s_s":100,"linear_cm_s":-20.5,"angular_deg_s":45,"pose":1}})",
+        R"({"204":{"angular_acc_deg_s_":90,"linear_acc_cm_s_sx":100,"":1,"linear_cm":20,"angular_deg_s2":45}})",
+        R"({"304":{"tone2":{"phase":3,"freq":440.25,"type":2,"freq":1},"tone1":{"type":1,"phase":2},"tone3":[1]}})",
+        R"({"206":{"hold":1,"time":0.75,"degree":5.5,"time":1.5},"205":{"x":[1],"ease":true,"y":-3}})",
+        R"({"211":{"right_cm_s":2,"left_cm_s":1},"102":[1,2],"103":{"b":1,"b":0.5,"r":1}})",
+    };
+    for (const char* text : kDocuments) {
+        const auto ofText = robotOf(ZK_ROBOT_ORVIK), ofTree = robotOf(ZK_ROBOT_ORVIK);
+        APICore::BotMessengerBuffer textParser(ofText.get()), treeParser(ofTree.get());
+        std::string copy = text;
+        const nx_json* tree = nx_json_parse_utf8(copy.data());
+        const auto expected = treeParser.convertCtlrMessageToPackets(tree);
+        const auto packets = textParser.convertCtlrMessageToPackets(text, std::strlen(text));
+        ASSERT_EQ(packets.size(), expected.size()) << text;
+        for (size_t i = 0; i < packets.size(); ++i) {
+            EXPECT_EQ(support::hex(packets[i]->data, packets[i]->length),
+                      support::hex(expected[i]->data, expected[i]->length))
+                << text;
+        }
+        nx_json_free(tree);
+    }
 }
 
 TEST(CommandMessageTest, ABufferWithoutARobotIsEmpty)

@@ -1,6 +1,7 @@
 // Hashes, hex text and clocks.
 #include <cstring>
 #include <limits>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -96,6 +97,24 @@ TEST(UtilitiesTest, RealsBecomeIntegersWithoutSurprises)
     EXPECT_EQ(ZKHAL::truncate(1e300), kMax);
     EXPECT_EQ(ZKHAL::truncate(-9223372036854775808.0), kMin);
     EXPECT_EQ(ZKHAL::low8(kMin + 0x1FE), 0xFE);
+}
+
+// Keys are compared 16 bytes at a time, and the longest have more.
+TEST(UtilitiesTest, AComparedTextIsTheSameOnlyToItsEnd)
+{
+    const std::string letters = "abcdefghijklmnopqrst";
+    for (size_t length = 0; length <= letters.size(); ++length) {
+        const std::string expected = letters.substr(0, length);
+        const ZKHAL::ComparedText compared(expected.c_str());
+        for (size_t other = 0; other <= letters.size(); ++other) {
+            for (const char* end : {"", "#"}) {
+                const std::string text = letters.substr(0, other) + end;
+                const std::string padded = text + std::string(ZKHAL::ComparedText::kReadable, '\0');
+                EXPECT_EQ(compared.isSameAs(text.c_str()), text == expected) << expected << ' ' << text;
+                EXPECT_EQ(compared.isSameAsReadable(padded.c_str()), text == expected) << expected << ' ' << text;
+            }
+        }
+    }
 }
 
 TEST(UtilitiesTest, TextsAndByteOrder)

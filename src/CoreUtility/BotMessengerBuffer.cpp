@@ -802,7 +802,7 @@ const HAL::PacketList& BotMessengerBuffer::convertDocument(const nx_json* jsComm
         }
         // Known or not, and with or without a record: unmentioned fields are zero, and zeros are sent.
         if (index >= 0) {
-            HAL::RobotHW_rev0::setComponent(message->GetHwData(), static_cast<size_t>(index));
+            HAL::setComponent(message->GetHwData(), static_cast<size_t>(index));
         }
     }
     const HAL::PacketList& list = HAL::RobotHW_rev0::pack(message.get(), mRobot);

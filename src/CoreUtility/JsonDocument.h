@@ -32,9 +32,9 @@ public:
     void reset();
 
 private:
-    // Each block is twice as large as the one before; those up to 512 nodes stay, 960 nodes in all.
+    // Each block is twice as large as the one before; the first four stay, 960 nodes in all.
     static constexpr size_t kFirstBlock = 64;
-    static constexpr size_t kKeptBlock = 512;
+    static constexpr size_t kKeptBlocks = 4;
 
     static constexpr size_t sizeOf(size_t block)
     {

@@ -135,15 +135,16 @@ inline bool isSameTextIgnoringCase(const char* a, const char* b)
 inline int decimalPrefix(const char* text)
 {
     const char* p = orEmpty(text);
-    if (isDigit(*p)) {  // as nearly all keys are written
-        int value = 0;
-        for (int digits = 0; digits < 9; ++digits, ++p) {
-            if (!isDigit(*p)) {
-                return value;
+    const auto digitAt = [](const char* at) { return static_cast<unsigned>(static_cast<unsigned char>(*at)) - '0'; };
+    unsigned brief = digitAt(p);
+    if (brief <= 9) {  // as nearly all keys are written
+        for (int i = 1; i < 9; ++i) {
+            const unsigned digit = digitAt(p + i);
+            if (digit > 9) {
+                return static_cast<int>(brief);
             }
-            value = value * 10 + (*p - '0');
+            brief = brief * 10 + digit;
         }
-        p = text;
     }
     while (*p == ' ' || (*p >= '\t' && *p <= '\r')) {
         ++p;

@@ -558,7 +558,7 @@ NodeBlock JsonNodePool::nextBlock()
 
 void JsonNodePool::reset()
 {
-    while (mAllocated > 0 && sizeOf(mAllocated - 1) > kKeptBlock) {
+    while (mAllocated > kKeptBlocks) {
         mBlocks[--mAllocated].reset();
     }
     mUsed = 0;

@@ -945,7 +945,7 @@ void RobotHW_rev0::setCommand(void* hwData, unsigned componentId)
     }
 }
 
-void RobotHW_rev0::setComponent(void* hwData, size_t component)
+void setComponent(void* hwData, size_t component)
 {
     if (hwData == nullptr) {
         return;

@@ -38,8 +38,6 @@ public:
 
     /** Marks a parsed component as pending. Null data does nothing; an id that is no component sets nothing. */
     static void setCommand(void* data, unsigned componentId);
-    /** The same for a row of kComponentNames. */
-    static void setComponent(void* data, size_t component);
 
     /**
      * Packs all pending commands, first fit into three packets and in a fixed order, and returns the packets that
@@ -50,6 +48,9 @@ public:
     /** The same into the working record's own list; trace, when given, receives every command that was pending. */
     static const PacketList& pack(Ctlr2BotMsg* message, RobotHW* robot, PackTrace* trace = nullptr);
 };
+
+/** RobotHW_rev0::setCommand() for a row of kComponentNames. */
+void setComponent(void* data, size_t component);
 
 /** Clears the bits and returns true only if every bit of mask is set; otherwise changes nothing. */
 ZK_API bool testAndClearCommandMaskBit(robot_hw0_cmd_data* data, uint64_t mask);

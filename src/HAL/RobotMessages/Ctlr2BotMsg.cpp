@@ -31,18 +31,6 @@ void Ctlr2BotMsg::clear()
     mHwData = nullptr;
 }
 
-void Ctlr2BotMsg::bindStorage(const StorageMaps& maps, RobotSet robot, WorkingRecordHeader* records,
-                              const std::shared_ptr<RecordOwner>& owner)
-{
-    clear();
-    mMaps = &maps;
-    mRobot = robot;
-    mRecords = records;
-    if (mOwner != owner) {
-        mOwner = owner;
-    }
-}
-
 void* Ctlr2BotMsg::find(RecordKind kind, uint32_t id) const
 {
     if (mMaps == nullptr) {

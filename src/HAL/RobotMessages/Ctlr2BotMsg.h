@@ -148,8 +148,18 @@ public:
     void printCommands() const;
 
     /** For the encoder: fills the maps. `owner` is told when the message gives `records` up; may be null. */
+    template <class Owner>
     void bindStorage(const StorageMaps& maps, RobotSet robot, WorkingRecordHeader* records,
-                     const std::shared_ptr<RecordOwner>& owner);
+                     const std::shared_ptr<Owner>& owner)
+    {
+        clear();
+        mMaps = &maps;
+        mRobot = robot;
+        mRecords = records;
+        if (mOwner.get() != owner.get()) {
+            mOwner = owner;
+        }
+    }
 
     /** For the parser: the record of a component (a row of kComponentNames), null if there is none of this kind. */
     void* record(RecordKind kind, size_t component) const
