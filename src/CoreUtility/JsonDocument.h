@@ -29,6 +29,7 @@ public:
     static constexpr bool kTextIsPadded = true;  // texts are a JsonDocument's
 
     NodeBlock nextBlock();
+    void giveBack(NodeBlock) {}  // with all others
     void reset();
 
 private:

@@ -29,6 +29,10 @@ struct HeapNodes {
         ZK_ASSERT(js);
         return {js, js + 1};
     }
+    static void giveBack(NodeBlock rest)
+    {
+        delete rest.next;
+    }
 };
 
 bool isControlOrSpace(char c)
@@ -316,6 +320,7 @@ public:
                 leave();
             }
             *link = nullptr;
+            mNodes.giveBack(free);
             return top.child;
         };
 
