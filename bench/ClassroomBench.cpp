@@ -37,7 +37,6 @@ std::vector<Seat> drive()
 
 void decodeClassroom(benchmark::State& state)
 {
-    ZKSetMessageSink([](void*, int, const char*) {}, nullptr);
     static const std::vector<Seat> kSeats = drive();
     char json[ZK_MAX_REPORT_SIZE];
     for (auto _ : state) {
@@ -48,7 +47,6 @@ void decodeClassroom(benchmark::State& state)
             }
         }
     }
-    ZKSetMessageSink(nullptr, nullptr);
 }
 
 void simulateClassroom(benchmark::State& state)

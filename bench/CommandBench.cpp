@@ -8,7 +8,6 @@ namespace bench {
 
 void addCommandBenchmarks()
 {
-    ZKSetMessageSink([](void*, int, const char*) {}, nullptr);
     for (const Document& document : documents()) {
         benchmark::RegisterBenchmark(("json2Packets/" + document.name).c_str(), [&document](benchmark::State& state) {
             uint8_t out[ZK_BLOCK_SIZE];

@@ -24,7 +24,6 @@ void record(int poses)
 
 void build(benchmark::State& state, int poses)
 {
-    ZKSetMessageSink([](void*, int, const char*) {}, nullptr);
     record(poses);
     float end = 1e6f;
     for (auto _ : state) {
@@ -32,12 +31,10 @@ void build(benchmark::State& state, int poses)
         end += 1;  // another range, so that it is built again
     }
     state.counters["bytes"] = static_cast<double>(ZKPuppetCore_sequenceByteCount("hour"));
-    ZKSetMessageSink(nullptr, nullptr);
 }
 
 void convert(benchmark::State& state, int poses)
 {
-    ZKSetMessageSink([](void*, int, const char*) {}, nullptr);
     record(poses);
     std::string sequence(ZKPuppetCore_sequenceByteCount("hour"), '\0');
     ZKPuppetCore_sequence("hour", sequence.data(), sequence.size());
@@ -46,7 +43,6 @@ void convert(benchmark::State& state, int poses)
         bytes = ZKPuppetCore_convertANByteCount(sequence.c_str(), ZK_ROBOT_ORVIK);
     }
     state.counters["bytes"] = static_cast<double>(bytes);
-    ZKSetMessageSink(nullptr, nullptr);
 }
 
 }  // namespace

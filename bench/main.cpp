@@ -13,6 +13,7 @@
 #include <benchmark/benchmark.h>
 
 #include "Bench.h"
+#include "ZKHAL/Diagnostics.h"
 #include "ZKHAL/ZKVersion.h"
 
 namespace {
@@ -208,6 +209,8 @@ int main(int argc, char** argv)
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) {
         return 2;
     }
+    // The library formats its messages, as for a host that shows them; nothing is printed among the results.
+    ZKSetMessageSink([](void*, int, const char*) {}, nullptr);
     bench::addCommandBenchmarks();
     bench::addRapidJsonBenchmarks();
     bench::addSimdjsonBenchmarks();
