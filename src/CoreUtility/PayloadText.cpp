@@ -1,5 +1,6 @@
 #include "CoreUtility/PayloadText.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 
@@ -9,18 +10,34 @@ namespace {
 
 constexpr double kTenTo[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
 
-// Two digits at a time.
-constexpr char kPairs[] =
-    "000102030405060708091011121314151617181920212223242526272829303132333435363738394041424344454647484950515253545556"
-    "57"
-    "585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
+// How many digits stand before the point of a value, 0 and below: how many zeros behind it. Found from its binary
+// exponent, since between two powers of two there is one power of ten at the most.
+struct Decade {
+    int whole;    // at the lower power of two
+    double next;  // from here on one more
+};
+constexpr int kLeastExponent = -14, kMostExponent = 19;  // of 0.0001 and a million
+constexpr auto kDecades = [] {
+    std::array<Decade, kMostExponent - kLeastExponent + 1> decades{};
+    constexpr double kTens[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6};
+    double low = 1.0 / (1 << -kLeastExponent);
+    size_t next = 0;
+    for (Decade& decade : decades) {
+        while (kTens[next] <= low) {
+            ++next;
+        }
+        decade = {static_cast<int>(next) - 4, kTens[next]};
+        low *= 2;
+    }
+    return decades;
+}();
 
 // value, below a million, as six digits in the bytes of a word, the first in the lowest.
 uint64_t sixDigits(uint32_t value)
 {
     const auto pair = [](uint32_t number) {
         uint16_t digits;
-        std::memcpy(&digits, kPairs + 2 * number, sizeof digits);
+        std::memcpy(&digits, kDigitPairs.text + 2 * number, sizeof digits);
         return uint64_t{digits};
     };
     return pair(value / 10000) | pair(value / 100 % 100) << 16 | pair(value % 100) << 32;
@@ -30,12 +47,11 @@ uint64_t sixDigits(uint32_t value)
 // close to a tie to be rounded in double precision.
 char* writePlain(char* out, double value)
 {
-    int whole = 0;  // digits before the point; 0 and below: zeros behind it
-    if (value >= 1) {
-        whole = 1 + (value >= 10) + (value >= 100) + (value >= 1000) + (value >= 10000) + (value >= 100000);
-    } else {
-        whole = -((value < 0.1) + (value < 0.01) + (value < 0.001));
-    }
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    const int exponent = static_cast<int>(bits >> 52) - 1023;  // value is positive
+    const Decade& decade = kDecades[static_cast<size_t>(exponent - kLeastExponent)];
+    int whole = decade.whole + (value >= decade.next);
     const double scaled = value * kTenTo[6 - whole];
     auto digits = static_cast<uint32_t>(scaled);
     const double rest = scaled - digits;
@@ -80,11 +96,6 @@ void PayloadText::enlarge(size_t size)
 
 char* PayloadText::writeLong(char* out, uint64_t value)
 {
-    if (value >= 1000 && value < 10000) {  // as component ids are
-        std::memcpy(out, kPairs + 2 * (value / 100), 2);
-        std::memcpy(out + 2, kPairs + 2 * (value % 100), 2);
-        return out + 4;
-    }
     return std::to_chars(out, out + kMostOfNumber, value).ptr;
 }
 

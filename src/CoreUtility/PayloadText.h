@@ -30,6 +30,19 @@ inline constexpr std::array<ByteText, 256> kByteTexts = [] {
     return texts;
 }();
 
+// The numbers 00 to 99, two digits each.
+struct DigitPairs {
+    char text[200];
+};
+inline constexpr DigitPairs kDigitPairs = [] {
+    DigitPairs pairs{};
+    for (int number = 0; number < 100; ++number) {
+        pairs.text[2 * number] = static_cast<char>('0' + number / 10);
+        pairs.text[2 * number + 1] = static_cast<char>('0' + number % 10);
+    }
+    return pairs;
+}();
+
 class PayloadText {
 public:
     // Room for size more bytes; their count is added by the caller.
@@ -85,6 +98,11 @@ public:
     // The same at a position with room for kMostOfNumber characters; each returns the position behind.
     static char* writeUnsigned(char* out, uint64_t value)
     {
+        if (value >= 1000 && value < 10000) {  // as component ids are
+            std::memcpy(out, kDigitPairs.text + 2 * (value / 100), 2);
+            std::memcpy(out + 2, kDigitPairs.text + 2 * (value % 100), 2);
+            return out + 4;
+        }
         if (value >= 256) {
             return writeLong(out, value);
         }
