@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/CommandVocabulary.h"
 #include "CoreUtility/JsonDocument.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
@@ -229,6 +230,42 @@ TEST(CommandMessageTest, TextsAndTreesAreReadTheSame)
         }
         nx_json_free(tree);
     }
+}
+
+// The parser finds a record by its kind: another kind than the encoder's would lose every parameter.
+TEST(CommandMessageTest, ParserAndEncoderAgreeOnTheKindOfEachRecord)
+{
+    for (const uint32_t type : {ZK_ROBOT_ORVIK, ZK_ROBOT_PELL, ZK_ROBOT_QUILL, ZK_ROBOT_RUSK}) {
+        const auto robot = robotOf(type);
+        Ctlr2BotMsg message;
+        robot->initComponentsForCtlr2BotMsg(&message);
+        for (size_t i = 0; i < HAL::kComponentCount; ++i) {
+            const uint32_t id = HAL::kComponentNames[i].id;
+            const APICore::ComponentRow* row = APICore::findComponent(id);
+            if (row != nullptr && id != ZK_COMPONENT_BODY_WHEELS) {  // which stands for two others
+                EXPECT_EQ(message.record(row->kind, i) != nullptr, HAL::RobotHW_rev0::registersComponent(type, id))
+                    << id << " on robot type " << type;
+            }
+        }
+    }
+}
+
+// Records are made fresh in steps: none may reach into what lies behind the last.
+TEST(CommandMessageTest, FreshRecordsLeaveThePacketListAlone)
+{
+    const auto robot = robotOf(ZK_ROBOT_ORVIK);
+    Ctlr2BotMsg message;
+    robot->initComponentsForCtlr2BotMsg(&message);
+    robot->setCommand(message.GetHwData(), ZK_COMPONENT_LED_106);
+    const HAL::PacketList& list = HAL::RobotHW_rev0::pack(&message, robot.get());
+    ASSERT_EQ(list.count, 1u);
+    const HALPacket_t* packet = list.packets[0];
+    ZKSetMessageSink([](void*, int, const char*) {}, nullptr);
+    message.printCommands();  // touches every record
+    ZKSetMessageSink(nullptr, nullptr);
+    ASSERT_NE(message.getBodyPoseStorage(ZK_COMPONENT_BODY_POSE), nullptr);
+    EXPECT_EQ(list.count, 1u);
+    EXPECT_EQ(list.packets[0], packet);
 }
 
 TEST(CommandMessageTest, ABufferWithoutARobotIsEmpty)

@@ -1,4 +1,5 @@
 // Hashes, hex text and clocks.
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -97,6 +98,12 @@ TEST(UtilitiesTest, RealsBecomeIntegersWithoutSurprises)
     EXPECT_EQ(ZKHAL::truncate(1e300), kMax);
     EXPECT_EQ(ZKHAL::truncate(-9223372036854775808.0), kMin);
     EXPECT_EQ(ZKHAL::low8(kMin + 0x1FE), 0xFE);
+    for (const double half : {0.0, 0.5, 1.5, 2.5, 1e6 + 0.5, 4503599627370495.5, 4503599627370497.0, 9e15}) {
+        for (const double value : {std::nextafter(half, 0.0), half, std::nextafter(half, 1e300)}) {
+            EXPECT_EQ(ZKHAL::roundHalfAway(value), std::llround(value)) << value;
+            EXPECT_EQ(ZKHAL::roundHalfAway(-value), -std::llround(value)) << value;
+        }
+    }
 }
 
 // Keys are compared 16 bytes at a time, and the longest have more.

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "CoreUtility/BotMessengerBuffer.h"
 #include "CoreUtility/nx_json.h"
 #include "CoreUtility/Text.h"
 #include "HAL/RobotHardware/RobotHW.h"
@@ -70,12 +69,12 @@ struct ParamRow {
 /** One component of the command vocabulary. Everything that walks documents walks these rows. */
 struct ComponentRow {
     ZKComponentId id;
-    HAL::RecordKind kind;  // of its record; Count: the parser does not know this component
+    HAL::RecordKind kind;  // of its record, or of those that it stands for; Count: the parser does not know it
     ParamList params;
-    /** Where there is more to do than to store the parameters one by one. record is null when the robot has none. */
+    /** Where there is more to do than to store the parameters one by one; record is null when there is none. */
     void (*fillSpecially)(const HAL::Ctlr2BotMsg& message, void* record, const nx_json* params,
                           const ParseContext& context) = nullptr;
-    /** The next member of params (or params itself) for which fill() would stop the process; null if none. */
+    /** The next member of params (or params itself) for which fillComponent() would stop the process; null if none. */
     const nx_json* (*findFatal)(const nx_json* params, const nx_json* after) = nullptr;
     const char* fatalReason = nullptr;  // in words for people
 };

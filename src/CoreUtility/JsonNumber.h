@@ -27,6 +27,7 @@ inline constexpr double kExactTenTo[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6
                                          1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 constexpr int kMaxExactTenTo = 22;
 constexpr uint64_t kMaxExactInteger = uint64_t{1} << 53;
+constexpr int kMaxExactDigits = 15;  // any so many make such an integer
 
 inline double decimalFraction(uint64_t significand, int places)
 {
@@ -96,10 +97,17 @@ inline bool readEightDigits(const char* text, uint64_t& value)
     for (; (digit = digitAt(p)) <= 9; ++p) {
         significand = significand * 10 + digit;
     }
-    if (p - text > kMaxDigits + 1 || isLetter(*p)) {
+    if (isLetter(*p)) {
         return kOfAnotherKind;
     }
-    return {p, true, integer, decimalFraction(significand, static_cast<int>(p - point - 1))};
+    const ptrdiff_t places = p - point - 1;
+    if (p - text <= kMaxExactDigits + 1) {
+        return {p, true, integer, static_cast<double>(static_cast<int64_t>(significand)) / kExactTenTo[places]};
+    }
+    if (p - text > kMaxDigits + 1) {
+        return kOfAnotherKind;
+    }
+    return {p, true, integer, decimalFraction(significand, static_cast<int>(places))};
 }
 
 }  // namespace ZKHAL

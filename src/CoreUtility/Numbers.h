@@ -25,9 +25,16 @@ inline int64_t truncate(double value)
     return value > 0 ? std::numeric_limits<int64_t>::max() : std::numeric_limits<int64_t>::min();
 }
 
+// What truncate(std::round(value)) gives, without the call.
 inline int64_t roundHalfAway(double value)
 {
-    return truncate(std::round(value));
+    constexpr double kTwoTo52 = 4503599627370496.0;  // from here on there are whole numbers only
+    if (!(value > -kTwoTo52 && value < kTwoTo52)) {
+        return truncate(value);
+    }
+    const auto whole = static_cast<int64_t>(value);
+    const double rest = value - static_cast<double>(whole);  // exact
+    return whole + (rest >= 0.5 ? 1 : 0) - (rest <= -0.5 ? 1 : 0);
 }
 
 constexpr uint8_t low8(int64_t value)

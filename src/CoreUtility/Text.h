@@ -107,11 +107,6 @@ public:
 #endif
     }
 
-    const char* text() const
-    {
-        return mText;
-    }
-
 private:
     const char* mText;
     char mFirst[kReadable];

@@ -31,7 +31,9 @@ struct HeapNodes {
     }
     static void giveBack(NodeBlock rest)
     {
-        delete rest.next;
+        if (rest.next != rest.end) {
+            delete rest.next;
+        }
     }
 };
 
@@ -209,6 +211,7 @@ private:
     bool mHas[256];
 };
 constexpr Characters kEndsString("\"\\", 3);  // the NUL too
+constexpr Characters kEndsDigits(",}] \n", 5);
 
 // The first quote, backslash or NUL.
 template <bool kTextIsPadded>
@@ -232,7 +235,7 @@ char* findStringEnd(char* p)
         }
     }
 #endif
-    while (*p != '"' && *p != '\\' && *p != '\0') {
+    while (!kEndsString[*p]) {
         ++p;
     }
     return p;
@@ -274,10 +277,16 @@ public:
         bool inObject = false;        // its type
         nx_json** link = &top.child;  // where the next node is hung in
         uint32_t count = 0;           // children of `open` so far
-        NodeBlock free = mNodes.nextBlock();
-        free.next->key = nullptr;
+        NodeBlock free = {nullptr, nullptr};
 
-        // The next free node, whose key is set already. `next` stays unset until the container is closed.
+        // Gets a node ready, whose value is still to be read.
+        const auto prepare = [&](const char* key) {
+            if (free.next == free.end) {
+                free = mNodes.nextBlock();
+            }
+            free.next->key = key;
+        };
+        // The node that is ready. Its `next` stays unset until a sibling follows or the container is closed.
         const auto add = [&](nx_json_type type, const char* text, int64_t integer, double real) {
             nx_json* node = free.next++;
             node->type = type;
@@ -290,9 +299,6 @@ public:
             *link = node;
             link = &node->next;
             ++count;
-            if (free.next == free.end) {
-                free = mNodes.nextBlock();
-            }
             return node;
         };
         const auto enter = [&](nx_json_type type) {
@@ -324,18 +330,18 @@ public:
             return top.child;
         };
 
-        for (;;) {  // p stands before a value
-            if (isDigit(*p) || *p == '-') {
+        prepare(nullptr);
+        for (;;) {                                   // p stands before a value
+            if (isDigit(*p) && kEndsDigits[p[1]]) {  // switches, light numbers, 0 and 1
+                add(NX_JSON_INTEGER, nullptr, *p - '0', *p - '0');
+                ++p;
+            } else if (isDigit(*p) || *p == '-') {
                 const JsonNumber number = isDigit(*p) ? readNumber(p) : readNegative(p);
                 if (number.end == nullptr) {
                     return finish(nullptr);
                 }
                 p += number.end - p;
-                if (number.isReal) {
-                    add(NX_JSON_DOUBLE, nullptr, number.integer, number.real);
-                } else {
-                    add(NX_JSON_INTEGER, nullptr, number.integer, number.real);
-                }
+                add(number.isReal ? NX_JSON_DOUBLE : NX_JSON_INTEGER, nullptr, number.integer, number.real);
             } else if (*p == '{') {
                 enter(NX_JSON_OBJECT);
                 ++p;
@@ -367,49 +373,45 @@ public:
             }
 
             // Behind a value or an opening bracket: to the next value.
-            while (inObject) {
-                if (*p == ',') {
+            for (;;) {
+                if (*p == ',' && open != &top) {
                     ++p;
                     guess(p);
                 }
-                if (*p == '\n') {  // of a document for people, indented
-                    do {
+                if (inObject) {
+                    if (*p == '\n') {  // of a document for people, indented
+                        do {
+                            ++p;
+                        } while (*p == ' ');
+                    }
+                    if (*p == '"') {
+                        prepare(p + 1);
+                        p = readString(p + 1);
+                        if (p == nullptr || (*p != ':' && (p = skipToColon(p)) == nullptr)) {
+                            return finish(nullptr);
+                        }
                         ++p;
-                    } while (*p == ' ');
-                }
-                if (*p == '"') {
-                    free.next->key = p + 1;
-                    p = readString(p + 1);
-                    if (p == nullptr || (*p != ':' && (p = skipToColon(p)) == nullptr)) {
+                        if (*p == ' ') {
+                            ++p;
+                            guess(p);
+                        }
+                        break;
+                    }
+                    if (*p == '}') {
+                        ++p;
+                        leave();
+                    } else if ((p = skipBeforeKey(p)) == nullptr) {
                         return finish(nullptr);
                     }
-                    ++p;
-                    if (*p == ' ') {
-                        ++p;
-                        guess(p);
-                    }
-                    break;
-                }
-                if (*p == '}') {
+                } else if (open == &top) {
+                    return finish(p);
+                } else if (*p == ']') {
                     ++p;
                     leave();
                 } else {
-                    p = skipBeforeKey(p);
-                    if (p == nullptr) {
-                        return finish(nullptr);
-                    }
+                    prepare(nullptr);
+                    break;
                 }
-            }
-            if (inObject) {
-                continue;
-            }
-            if (open->type != NX_JSON_ARRAY) {
-                return finish(p);
-            }
-            free.next->key = nullptr;
-            if (*p == ',') {
-                ++p;
-                guess(p);
             }
         }
     }
@@ -451,7 +453,7 @@ private:
     }
 
     // The word at p, null after an error: nothing else is left that could begin a value.
-    ZK_RARE const Word* wordAt(char* p)
+    const Word* wordAt(char* p)
     {
         for (const Word& word : kWords) {
             if (std::strncmp(p, word.text, word.length) == 0) {
@@ -572,6 +574,7 @@ void JsonNodePool::reset()
 const nx_json* JsonDocument::parse(const char* text, size_t length)
 {
     clear();
+    static_assert(kPadding >= ComparedText::kReadable, "keys are compared as far");
     const size_t needed = length + kPadding;
     if (mCapacity < needed) {
         mCapacity = 0;

@@ -161,7 +161,10 @@ public:
         }
     }
 
-    /** For the parser: the record of a component (a row of kComponentNames), null if there is none of this kind. */
+    /**
+     * For the parser: the record of a component (a row of kComponentNames) in the map of its own kind; null if this is
+     * another kind, or if the robot has none.
+     */
     void* record(RecordKind kind, size_t component) const
     {
         if (mMaps == nullptr) {
