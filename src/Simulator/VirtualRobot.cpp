@@ -611,7 +611,7 @@ void VirtualRobot::hearShell(const uint8_t* data, size_t length)
         ++mState.shellLines;
         const std::string shown = "shell command \"" + ZKHAL::printable(line) + "\"";
         const auto* own = mShell.ownAnswer(line);
-        const std::optional<std::string> answer = own != nullptr ? *own : answerTo(line);
+        const ShellText answer = own != nullptr ? *own : answerTo(line);
         tell(answer ? shown : shown + ", which it does not answer");
         if (answer && mAnswers.size() == kMostAnswers) {
             complain(mState.commandsIgnored, "too many shell commands at once");
@@ -625,41 +625,58 @@ void VirtualRobot::hearShell(const uint8_t* data, size_t length)
     }
 }
 
-std::optional<std::string> VirtualRobot::answerTo(const std::string& line) const
+// A command line begins with the name of a verb; `rest` is what follows the blank behind it.
+struct VirtualRobot::ShellVerb {
+    const char* name;
+    ShellText (*answer)(const VirtualRobot& robot, const std::string& rest);
+};
+
+const VirtualRobot::ShellVerb VirtualRobot::kShellVerbs[] = {
+    {"HELP", [](const VirtualRobot&, const std::string&) -> ShellText { return shellVerbNames(); }},
+    {"NAME", [](const VirtualRobot& robot, const std::string&) -> ShellText { return robot.mState.name; }},
+    {"BATT",
+     [](const VirtualRobot& robot, const std::string&) -> ShellText {
+         return std::to_string(robot.mBattery) + (robot.mIsCharging ? " charging" : "");
+     }},
+    {"POSE",
+     [](const VirtualRobot& robot, const std::string&) -> ShellText {
+         const ZKVirtualRobotState& state = robot.mState;
+         return ZKHAL::plainNumber(state.odometryX) + " " + ZKHAL::plainNumber(state.odometryY) + " " +
+                ZKHAL::plainNumber(state.odometryHeading);
+     }},
+    {"UP",
+     [](const VirtualRobot& robot, const std::string&) -> ShellText {
+         return std::to_string(robot.mNow_ns / kSecond_ns) + " s";
+     }},
+    {"ECHO", [](const VirtualRobot&, const std::string& rest) -> ShellText { return rest; }},
+    {"SLEEP", [](const VirtualRobot&, const std::string&) -> ShellText { return std::nullopt; }},
+    {"DUMP SND VER.EP1",
+     [](const VirtualRobot&, const std::string& rest) -> ShellText { return rest.empty() ? "EP1 3_12_7" : "?DUMP"; }},
+};
+
+std::string VirtualRobot::shellVerbNames()
 {
-    const size_t blank = std::min(line.find(' '), line.size());
-    const std::string verb = line.substr(0, blank);
-    if (line == "DUMP SND VER.EP1") {
-        return "EP1 3_12_7";
+    std::string names;
+    for (const ShellVerb& verb : kShellVerbs) {
+        names += (names.empty() ? "" : " ") + std::string(verb.name);
     }
-    if (verb == "HELP") {
-        return "HELP NAME BATT POSE UP ECHO SLEEP DUMP SND VER.EP1";
+    return names;
+}
+
+VirtualRobot::ShellText VirtualRobot::answerTo(const std::string& line) const
+{
+    for (const ShellVerb& verb : kShellVerbs) {
+        const size_t length = std::strlen(verb.name);
+        if (line.compare(0, length, verb.name) == 0 && (line.size() == length || line[length] == ' ')) {
+            return verb.answer(*this, line.substr(std::min(length + 1, line.size())));
+        }
     }
-    if (verb == "NAME") {
-        return mState.name;
-    }
-    if (verb == "BATT") {
-        return std::to_string(mBattery) + (mIsCharging ? " charging" : "");
-    }
-    if (verb == "POSE") {
-        return ZKHAL::plainNumber(mState.odometryX) + " " + ZKHAL::plainNumber(mState.odometryY) + " " +
-               ZKHAL::plainNumber(mState.odometryHeading);
-    }
-    if (verb == "UP") {
-        return std::to_string(mNow_ns / kSecond_ns) + " s";
-    }
-    if (verb == "ECHO") {
-        return line.substr(std::min(blank + 1, line.size()));
-    }
-    if (verb == "SLEEP") {
-        return std::nullopt;
-    }
-    return "?" + verb;
+    return "?" + line.substr(0, line.find(' '));
 }
 
 void VirtualRobot::setAnswer(const char* command, const char* answer)
 {
-    mShell.setAnswer(ZKHAL::orEmpty(command), answer != nullptr ? std::optional<std::string>(answer) : std::nullopt);
+    mShell.setAnswer(ZKHAL::orEmpty(command), answer != nullptr ? ShellText(answer) : std::nullopt);
 }
 
 // ---- Time ------------------------------------------------------------------------------------------------------

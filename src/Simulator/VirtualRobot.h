@@ -121,7 +121,11 @@ private:
 
     void obey(const RobotCommand& command);
     void hearShell(const uint8_t* data, size_t length);
-    std::optional<std::string> answerTo(const std::string& line) const;
+    using ShellText = std::optional<std::string>;  // none: the robot stays silent
+    struct ShellVerb;
+    static const ShellVerb kShellVerbs[];
+    static std::string shellVerbNames();
+    ShellText answerTo(const std::string& line) const;
     void step();
     void sense();
     void addEvents(SensorReport& report);
