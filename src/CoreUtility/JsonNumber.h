@@ -71,17 +71,13 @@ inline bool readEightDigits(const char* text, uint64_t& value)
     const char* p = text + 1;
     unsigned digit;
     if (*p != '.') {
-        if (digitAt(p) > 9 && !isLetter(*p)) {  // switches, light numbers, 0 and 1
-            return {p, false, static_cast<int64_t>(significand),
-                    static_cast<double>(static_cast<int64_t>(significand))};
-        }
-        if (significand == 0) {
-            return kOfAnotherKind;  // octal, hexadecimal
+        if (significand == 0 && digitAt(p) <= 9) {
+            return kOfAnotherKind;  // octal
         }
         for (; (digit = digitAt(p)) <= 9; ++p) {
             significand = significand * 10 + digit;
         }
-        if (p - text > kMaxDigits || isLetter(*p)) {
+        if (p - text > kMaxDigits || isLetter(*p)) {  // an exponent, hexadecimal
             return kOfAnotherKind;
         }
         if (*p != '.') {

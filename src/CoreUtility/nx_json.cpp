@@ -219,7 +219,7 @@ char* findStringEnd(char* p)
 {
 #if defined(__SSE2__)
     if constexpr (kTextIsPadded) {
-        for (int i = 0; i < 4; ++i, ++p) {
+        for (int i = 0; i < 4; ++i, ++p) {  // component ids and most keys: their end can be guessed
             if (kEndsString[*p]) {
                 return p;
             }
@@ -331,8 +331,9 @@ public:
         };
 
         prepare(nullptr);
-        for (;;) {                                   // p stands before a value
-            if (isDigit(*p) && kEndsDigits[p[1]]) {  // switches, light numbers, 0 and 1
+        for (;;) {
+            // p stands before a value. First what there is most of: switches, light numbers, 0 and 1.
+            if (isDigit(*p) && kEndsDigits[p[1]]) {
                 add(NX_JSON_INTEGER, nullptr, *p - '0', *p - '0');
                 ++p;
             } else if (isDigit(*p) || *p == '-') {
@@ -461,12 +462,11 @@ private:
             }
         }
         const bool isWord = *p == 't' || *p == 'f' || *p == 'n';
-        fail(mError, *p == '\0' ? "unexpected end of text" : "unexpected chars",
-             *p == '\0'  ? 3
-             : isWord    ? 5
-             : *p == ']' ? 4
-                         : 7,
-             p);
+        if (*p == '\0') {
+            fail(mError, "unexpected end of text", 3, p);
+        } else {
+            fail(mError, "unexpected chars", *p == ']' ? 4 : isWord ? 5 : 7, p);
+        }
         return nullptr;
     }
 
