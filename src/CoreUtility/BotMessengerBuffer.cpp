@@ -11,6 +11,7 @@
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Text.h"
+#include "HAL/RobotHardware/CommandBits.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
 #include "HAL/RobotMessages/Components.h"
 
@@ -706,18 +707,6 @@ constexpr ComponentRow kComponents[] = {
 };
 static_assert(HAL::runsBesideComponents(kComponents), "kComponents is found by componentIndex()");
 
-inline bool fill(const Ctlr2BotMsg& message, size_t component, const nx_json* params, const ParseContext& context)
-{
-    const ComponentRow& row = kComponents[component];
-    void* record = message.record(row.kind, component);
-    if (row.fillSpecially != nullptr) {
-        row.fillSpecially(message, record, params, context);
-    } else if (record != nullptr) {
-        storeParams(row.params, params, record, context);
-    }
-    return row.kind != kUnknown;
-}
-
 }  // namespace
 
 Range headRange(uint32_t robotType, bool isPan)
@@ -743,7 +732,14 @@ const ComponentRow* findComponent(uint32_t id)
 
 bool fillComponent(const Ctlr2BotMsg& message, size_t component, const nx_json* params, const ParseContext& context)
 {
-    return fill(message, component, params, context);
+    const ComponentRow& row = kComponents[component];
+    void* record = message.record(row.kind, component);
+    if (row.fillSpecially != nullptr) {
+        row.fillSpecially(message, record, params, context);
+    } else if (record != nullptr) {
+        storeParams(row.params, params, record, context);
+    }
+    return row.kind != kUnknown;
 }
 
 BotMessengerBuffer::BotMessengerBuffer(HAL::RobotHW* robot) : mRobot(robot) {}
@@ -797,7 +793,7 @@ const HAL::PacketList& BotMessengerBuffer::convertDocument(const nx_json* jsComm
     for (const nx_json* member = jsCommand->child; member != nullptr; member = member->next) {
         const auto id = static_cast<uint32_t>(decimalPrefix(member->key));
         const int index = HAL::componentIndex(id);
-        if (index < 0 || !fill(*message, static_cast<size_t>(index), member, context)) {
+        if (index < 0 || !fillComponent(*message, static_cast<size_t>(index), member, context)) {
             printOut("unknown component id: %d\n", static_cast<int>(id));
         }
         // Known or not, and with or without a record: unmentioned fields are zero, and zeros are sent.
@@ -828,43 +824,43 @@ void BotMessengerBuffer::sentControllerMessage()
 void BotMessengerBuffer::parsePower(const nx_json* params, HALPower_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kPowerParams), params, record, {mRobot, false});
+    storeParams(listOf(kPowerParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parsePing(const nx_json* params, HALPing_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kPingParams), params, record, {mRobot, false});
+    storeParams(listOf(kPingParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseLightLED(const nx_json* params, HALLED_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kLedParams), params, record, {mRobot, false});
+    storeParams(listOf(kLedParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseLightLED3(const nx_json* params, HALLED3_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kLed3Params), params, record, {mRobot, false});
+    storeParams(listOf(kLed3Params), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseLightRGB(const nx_json* params, HALRGB_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kRgbParams), params, record, {mRobot, false});
+    storeParams(listOf(kRgbParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseEyeRing(const nx_json* params, HALEyeRing_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kEyeRingParams), params, record, {mRobot, false});
+    storeParams(listOf(kEyeRingParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseMotorWheel(const nx_json* params, HALMotorWheel_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kWheelParams), params, record, {mRobot, false});
+    storeParams(listOf(kWheelParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseBodyWheels(const nx_json* params, HALMotorWheel_t* left, HALMotorWheel_t* right)
@@ -872,13 +868,13 @@ void BotMessengerBuffer::parseBodyWheels(const nx_json* params, HALMotorWheel_t*
     ZK_RETURN_WITHOUT(left)
     ZK_RETURN_WITHOUT(right)
     BothWheels wheels = {left, right};
-    storeParams(listOf(kBothWheelsParams), params, &wheels, {mRobot, false});
+    storeParams(listOf(kBothWheelsParams), params, &wheels, {mRobot});
 }
 
 void BotMessengerBuffer::parseMotorServo(const nx_json* params, HALMotorServo_t* record, bool isPan)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(isPan ? kPanParams : kTiltParams, params, record, {mRobot, false});
+    storeParams(isPan ? kPanParams : kTiltParams, params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseMotorHeadPanServo(const nx_json* params, HALMotorServo_t* record)
@@ -894,13 +890,13 @@ void BotMessengerBuffer::parseMotorHeadTiltServo(const nx_json* params, HALMotor
 void BotMessengerBuffer::parseBodyMotionLinearAngular(const nx_json* params, HALBodyMotionLinearAngular_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    fillBodyMotion(*record, params, {mRobot, false});
+    fillBodyMotion(*record, params, {mRobot});
 }
 
 void BotMessengerBuffer::parseBodyPose(const nx_json* params, HALBodyPose_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kBodyPoseParams), params, record, {mRobot, false});
+    storeParams(listOf(kBodyPoseParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseNoParams(const nx_json*, HALNoParams_t*)
@@ -911,43 +907,43 @@ void BotMessengerBuffer::parseNoParams(const nx_json*, HALNoParams_t*)
 void BotMessengerBuffer::parseScalarPercentage(const nx_json* params, HALComponentScalar_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    fillScalar(*record, params, {mRobot, false});
+    fillScalar(*record, params, {mRobot});
 }
 
 void BotMessengerBuffer::parseSpeaker(const nx_json* params, HALSpeaker_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kSpeakerParams), params, record, {mRobot, false});
+    storeParams(listOf(kSpeakerParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseOnRobotAnim(const nx_json* params, HALAnim_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kAnimParams), params, record, {mRobot, false});
+    storeParams(listOf(kAnimParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseAudioSynth(const nx_json* params, HALAudioSynth_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kSynthParams), params, record, {mRobot, false});
+    storeParams(listOf(kSynthParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseLauncher(const nx_json* params, HALLauncher_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kLauncherParams), params, record, {mRobot, false});
+    storeParams(listOf(kLauncherParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseLedMsg(const nx_json* params, HALLedMsg_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    storeParams(listOf(kLedMessageParams), params, record, {mRobot, false});
+    storeParams(listOf(kLedMessageParams), params, record, {mRobot});
 }
 
 void BotMessengerBuffer::parseUserSettings(const nx_json* params, HALUserSetting_t* record)
 {
     ZK_RETURN_WITHOUT(record)
-    fillUserSettings(*record, params, {mRobot, false});
+    fillUserSettings(*record, params, {mRobot});
 }
 
 void BotMessengerBuffer::parsePamplemousseStart(const nx_json* params, HALPamplemousse_t* record)
@@ -986,7 +982,7 @@ void parsePamplemousse(const nx_json* params, HALPamplemousse_t* record, bool is
     constexpr ParamList kList = listOf(kBehaviourParamRows);
     for (const nx_json* param = params->child; param != nullptr; param = param->next) {
         if (const ParamRow* row = kList.find(orEmpty(param->key))) {
-            row->store(&values, *param, {nullptr, false});
+            row->store(&values, *param, {nullptr});
         } else {
             printOut("unrecognized value in json: %s\n", orEmpty(param->key));
         }

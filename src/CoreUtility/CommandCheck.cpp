@@ -219,7 +219,7 @@ private:
                 mIsPan = id == ZK_COMPONENT_HEAD_PAN || id == ZK_COMPONENT_PAN_207 || id == ZK_COMPONENT_PAN_209;
                 checkParams(row->params, member, name);
                 checkUnsent(id, member, name);
-                fillComponent(mMessage, static_cast<size_t>(index), member, {&mRobot, false});
+                fillComponent(mMessage, static_cast<size_t>(index), member, {&mRobot});
                 remarkPrinted(member);
                 checkAccepted(id, member, name);
             } else {

@@ -19,8 +19,8 @@ enum class ParamView : uint8_t { Integer, Real, Limited, Level, Text, Object, Ar
 
 /** What the parser needs to know beside the value. */
 struct ParseContext {
-    const HAL::RobotHW* robot;  // null if there is none
-    bool hasPaddedText;         // of every key, ZKHAL::ComparedText::kReadable bytes can be read
+    const HAL::RobotHW* robot;   // null if there is none
+    bool hasPaddedText = false;  // of every key, ZKHAL::ComparedText::kReadable bytes can be read
 
     bool isKey(const ZKHAL::ComparedText& expected, const char* key) const
     {

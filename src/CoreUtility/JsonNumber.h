@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "CoreUtility/Text.h"
+
 namespace ZKHAL {
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are read eight at a time, the first in the low byte");
@@ -63,18 +65,17 @@ inline bool readEightDigits(const char* text, uint64_t& value)
     constexpr ptrdiff_t kMaxDigits = 18;
     constexpr JsonNumber kOfAnotherKind = {nullptr, false, 0, 0.0};
     const auto isLetter = [](char c) { return static_cast<unsigned char>((c | 0x20) - 'a') < 26; };
-    const auto digitAt = [](const char* at) { return static_cast<unsigned>(static_cast<unsigned char>(*at)) - '0'; };
-    uint64_t significand = digitAt(text);
+    uint64_t significand = decimalDigitValue(*text);
     if (significand > 9) {
         return kOfAnotherKind;
     }
     const char* p = text + 1;
     unsigned digit;
     if (*p != '.') {
-        if (significand == 0 && digitAt(p) <= 9) {
+        if (significand == 0 && decimalDigitValue(*p) <= 9) {
             return kOfAnotherKind;  // octal
         }
-        for (; (digit = digitAt(p)) <= 9; ++p) {
+        for (; (digit = decimalDigitValue(*p)) <= 9; ++p) {
             significand = significand * 10 + digit;
         }
         if (p - text > kMaxDigits || isLetter(*p)) {  // an exponent, hexadecimal
@@ -87,10 +88,10 @@ inline bool readEightDigits(const char* text, uint64_t& value)
     }
     const auto integer = static_cast<int64_t>(significand);
     const char* const point = p++;
-    for (uint64_t eight; digitAt(p + 7) <= 9 && p - text <= kMaxDigits && readEightDigits(p, eight); p += 8) {
+    for (uint64_t eight; decimalDigitValue(p[7]) <= 9 && p - text <= kMaxDigits && readEightDigits(p, eight); p += 8) {
         significand = significand * 100000000 + eight;
     }
-    for (; (digit = digitAt(p)) <= 9; ++p) {
+    for (; (digit = decimalDigitValue(*p)) <= 9; ++p) {
         significand = significand * 10 + digit;
     }
     if (isLetter(*p)) {

@@ -8,8 +8,6 @@ namespace ZKHAL {
 
 namespace {
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are put together in words, the first in the low byte");
-
 constexpr uint64_t bitsOf(double value)
 {
     return __builtin_bit_cast(uint64_t, value);
@@ -48,15 +46,6 @@ constexpr auto kScales = [] {
         scale *= 10;
     }
     return scales;
-}();
-
-// The numbers 000 to 999 as digits in the bytes of a word, the first in the lowest.
-constexpr auto kThreeDigits = [] {
-    std::array<uint32_t, 1000> texts{};
-    for (uint32_t number = 0; number < texts.size(); ++number) {
-        texts[number] = 0x303030 | number / 100 | number / 10 % 10 << 8 | number % 10 << 16;
-    }
-    return texts;
 }();
 
 // Positive values from 0.0001 up to a million, which %g writes without an exponent. Null when the sixth digit is too

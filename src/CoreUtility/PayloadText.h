@@ -9,6 +9,8 @@
 
 namespace ZKHAL {
 
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are put together in words, the first in the low byte");
+
 // The digits of a byte and a comma behind them, stored at once, and how many digits there are.
 struct ByteText {
     char text[4];
@@ -30,17 +32,13 @@ inline constexpr std::array<ByteText, 256> kByteTexts = [] {
     return texts;
 }();
 
-// The numbers 00 to 99, two digits each.
-struct DigitPairs {
-    char text[200];
-};
-inline constexpr DigitPairs kDigitPairs = [] {
-    DigitPairs pairs{};
-    for (int number = 0; number < 100; ++number) {
-        pairs.text[2 * number] = static_cast<char>('0' + number / 10);
-        pairs.text[2 * number + 1] = static_cast<char>('0' + number % 10);
+// The numbers 000 to 999 as digits in the bytes of a word, the first in the lowest.
+inline constexpr std::array<uint32_t, 1000> kThreeDigits = [] {
+    std::array<uint32_t, 1000> texts{};
+    for (uint32_t number = 0; number < texts.size(); ++number) {
+        texts[number] = 0x303030 | number / 100 | number / 10 % 10 << 8 | number % 10 << 16;
     }
-    return pairs;
+    return texts;
 }();
 
 class PayloadText {
@@ -99,9 +97,9 @@ public:
     static char* writeUnsigned(char* out, uint64_t value)
     {
         if (value >= 1000 && value < 10000) {  // as component ids are
-            std::memcpy(out, kDigitPairs.text + 2 * (value / 100), 2);
-            std::memcpy(out + 2, kDigitPairs.text + 2 * (value % 100), 2);
-            return out + 4;
+            *out++ = static_cast<char>('0' + value / 1000);
+            std::memcpy(out, &kThreeDigits[value % 1000], 3);
+            return out + 3;
         }
         if (value >= 256) {
             return writeLong(out, value);

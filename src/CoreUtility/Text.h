@@ -16,6 +16,12 @@ constexpr bool isDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+// 0 to 9, and more for any other character.
+constexpr unsigned decimalDigitValue(char c)
+{
+    return static_cast<unsigned>(static_cast<unsigned char>(c)) - '0';
+}
+
 // Of a decimal or hexadecimal digit; -1 for any other character.
 constexpr int hexDigitValue(char c)
 {
@@ -130,11 +136,10 @@ inline bool isSameTextIgnoringCase(const char* a, const char* b)
 inline int decimalPrefix(const char* text)
 {
     const char* p = orEmpty(text);
-    const auto digitAt = [](const char* at) { return static_cast<unsigned>(static_cast<unsigned char>(*at)) - '0'; };
-    unsigned brief = digitAt(p);
+    unsigned brief = decimalDigitValue(*p);
     if (brief <= 9) {  // as nearly all keys are written
         for (int i = 1; i < 9; ++i) {
-            const unsigned digit = digitAt(p + i);
+            const unsigned digit = decimalDigitValue(p[i]);
             if (digit > 9) {
                 return static_cast<int>(brief);
             }

@@ -650,8 +650,7 @@ const VirtualRobot::ShellVerb VirtualRobot::kShellVerbs[] = {
      }},
     {"ECHO", [](const VirtualRobot&, const std::string& rest) -> ShellText { return rest; }},
     {"SLEEP", [](const VirtualRobot&, const std::string&) -> ShellText { return std::nullopt; }},
-    {"DUMP SND VER.EP1",
-     [](const VirtualRobot&, const std::string& rest) -> ShellText { return rest.empty() ? "EP1 3_12_7" : "?DUMP"; }},
+    {"DUMP SND VER.EP1", [](const VirtualRobot&, const std::string&) -> ShellText { return "EP1 3_12_7"; }},
 };
 
 std::string VirtualRobot::shellVerbNames()

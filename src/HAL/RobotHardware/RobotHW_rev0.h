@@ -49,9 +49,6 @@ public:
     static const PacketList& pack(Ctlr2BotMsg* message, RobotHW* robot, PackTrace* trace = nullptr);
 };
 
-/** RobotHW_rev0::setCommand() for a row of kComponentNames. */
-void setComponent(void* data, size_t component);
-
 /** Clears the bits and returns true only if every bit of mask is set; otherwise changes nothing. */
 ZK_API bool testAndClearCommandMaskBit(robot_hw0_cmd_data* data, uint64_t mask);
 

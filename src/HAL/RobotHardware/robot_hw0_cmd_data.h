@@ -19,8 +19,6 @@ struct PacketList {
     size_t count;
 };
 
-// Every record begins at a multiple of kRecordStep, and so does what follows the last: the room up to there is copied
-// with it.
 struct robot_hw0_cmd_data {
     WorkingRecordHeader header;
     uint64_t commandMask;  // one bit for each pending command
@@ -63,7 +61,7 @@ struct robot_hw0_cmd_data {
     alignas(kRecordStep) HALBodyMotionLinearAngular_t bodyMotion;
     alignas(kRecordStep) HALBodyPose_t bodyPose;
 
-    alignas(kRecordStep) PacketList result;
+    alignas(kRecordStep) PacketList result;  // no record: aligned to keep off the room of the last one
 };
 
 }  // namespace HAL

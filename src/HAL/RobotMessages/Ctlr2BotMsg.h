@@ -36,7 +36,7 @@ enum class RecordKind : uint8_t {
     Count
 };
 
-// Records begin at multiples of this, and are copied in words of this size.
+// Records begin at multiples of this and are copied in steps of it: the room up to the next multiple is theirs.
 constexpr size_t kRecordStep = 2 * sizeof(uint64_t);
 
 // Kinds of robot, as a set of bits, for tables that differ by robot.
