@@ -6,7 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include "Bench.h"
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "ZKHAL/ZKHAL.h"
 
 namespace bench {

@@ -13,12 +13,14 @@ install(DIRECTORY include/ZKHAL ${PROJECT_BINARY_DIR}/include/ZKHAL DESTINATION 
   FILES_MATCHING PATTERN "*.h")
 set(ZKHAL_CXX_HEADERS
   CoreUtility/BotMessengerBuffer.h
+  CoreUtility/Command/BotMessengerBuffer.h
   CoreUtility/ByteOrder.h
   CoreUtility/Clock.h
   CoreUtility/PayloadText.h
   CoreUtility/Puppet/PuppetRecord.h
   CoreUtility/Puppet/PuppetSequence.h
   CoreUtility/Puppet/ZKAnimConvert.h
+  CoreUtility/Json/nx_json.h
   CoreUtility/nx_json.h
   CppEngine/AdvertisementData.h
   CppEngine/PlatformAdapter.h

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "CoreUtility/JsonDocument.h"
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/JsonDocument.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "CoreUtility/Text.h"
 #include "ZKHAL/Diagnostics.h"
 

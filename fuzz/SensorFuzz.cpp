@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "ZKHAL/ZKHAL.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)

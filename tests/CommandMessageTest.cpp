@@ -7,9 +7,9 @@
 
 #include <gtest/gtest.h>
 
-#include "CoreUtility/BotMessengerBuffer.h"
-#include "CoreUtility/CommandVocabulary.h"
-#include "CoreUtility/JsonDocument.h"
+#include "CoreUtility/Command/BotMessengerBuffer.h"
+#include "CoreUtility/Command/CommandVocabulary.h"
+#include "CoreUtility/Json/JsonDocument.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
 #include "HAL/RobotHardware/WorkingRecordPool.h"

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/Command/BotMessengerBuffer.h"
 #include "CppEngine/Robot.h"
 #include "CppEngine/RobotActionManagerShell.h"
 #include "ZKHAL/ZKHAL.h"

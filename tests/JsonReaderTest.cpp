@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include "CoreUtility/JsonDocument.h"
-#include "CoreUtility/JsonNumber.h"
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/JsonDocument.h"
+#include "CoreUtility/Json/JsonNumber.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "support/Support.h"
 
 namespace {

@@ -1,7 +1,7 @@
 /* The public headers compile as C. */
 #include "ZKHAL/ZKHAL.h"
 
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 
 int zkhal_headers_are_c(void);
 int zkhal_headers_are_c(void)

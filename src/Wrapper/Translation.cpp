@@ -3,9 +3,9 @@
 #include <cstring>
 #include <string>
 
-#include "CoreUtility/BotMessengerBuffer.h"
 #include "CoreUtility/Boundary.h"
-#include "CoreUtility/CommandCheck.h"
+#include "CoreUtility/Command/BotMessengerBuffer.h"
+#include "CoreUtility/Command/CommandCheck.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/PayloadText.h"
 #include "CoreUtility/Text.h"

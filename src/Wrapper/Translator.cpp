@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
-#include "CoreUtility/BotMessengerBuffer.h"
 #include "CoreUtility/Boundary.h"
-#include "CoreUtility/CommandCheck.h"
-#include "CoreUtility/JsonDocument.h"
+#include "CoreUtility/Command/BotMessengerBuffer.h"
+#include "CoreUtility/Command/CommandCheck.h"
+#include "CoreUtility/Json/JsonDocument.h"
 #include "CoreUtility/PayloadText.h"
 #include "CoreUtility/Text.h"
 #include "HAL/MessagePacketizers/PacketizerInteraction.h"

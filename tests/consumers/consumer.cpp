@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include <ZKHAL/ZKHAL.h>
-#include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/Command/BotMessengerBuffer.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "Commands.h"
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "HAL/MessagePacketizers/PacketizerInteraction.h"
 #include "HexText.h"
 #include "Input.h"

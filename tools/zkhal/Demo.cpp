@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Commands.h"
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "Input.h"
 #include "OutputFile.h"
 #include "Picture.h"

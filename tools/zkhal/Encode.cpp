@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Commands.h"
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "HexText.h"
 #include "Input.h"
 #include "RobotOption.h"

@@ -12,7 +12,7 @@
 #include "Channels.h"
 #include "Commands.h"
 #include "CoreUtility/FormatText.h"
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "HexText.h"
 #include "Input.h"
 #include "OutputFile.h"

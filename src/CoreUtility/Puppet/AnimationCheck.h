@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "CoreUtility/CommandCheck.h"
+#include "CoreUtility/Command/CommandCheck.h"
 
 namespace ZKAnimConvert {
 

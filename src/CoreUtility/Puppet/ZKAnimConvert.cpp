@@ -5,7 +5,7 @@
 #include <string>
 
 #include "CoreUtility/Assertion.h"
-#include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/Command/BotMessengerBuffer.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Text.h"

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "ZKHAL/ZKExport.h"
 
 namespace ZKAnimConvert {

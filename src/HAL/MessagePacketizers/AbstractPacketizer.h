@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "CoreUtility/PayloadText.h"
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/ZKExport.h"

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "CoreUtility/Text.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotMessages/Ctlr2BotMsg.h"

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "CoreUtility/FormatText.h"
-#include "CoreUtility/JsonDocument.h"
+#include "CoreUtility/Json/JsonDocument.h"
+#include "CoreUtility/Json/nx_json.h"
 #include "CoreUtility/Messages.h"
-#include "CoreUtility/nx_json.h"
 
 namespace APICore {
 

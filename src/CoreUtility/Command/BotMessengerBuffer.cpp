@@ -1,4 +1,4 @@
-#include "CoreUtility/BotMessengerBuffer.h"
+#include "CoreUtility/Command/BotMessengerBuffer.h"
 
 #include <cmath>
 #include <cstring>
@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "CoreUtility/Assertion.h"
-#include "CoreUtility/CommandVocabulary.h"
-#include "CoreUtility/JsonDocument.h"
+#include "CoreUtility/Command/CommandVocabulary.h"
+#include "CoreUtility/Json/JsonDocument.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Text.h"

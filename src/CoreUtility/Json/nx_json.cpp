@@ -1,4 +1,4 @@
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -10,8 +10,8 @@
 #endif
 
 #include "CoreUtility/Assertion.h"
-#include "CoreUtility/JsonDocument.h"
-#include "CoreUtility/JsonNumber.h"
+#include "CoreUtility/Json/JsonDocument.h"
+#include "CoreUtility/Json/JsonNumber.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Text.h"
 

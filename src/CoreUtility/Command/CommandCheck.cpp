@@ -1,13 +1,13 @@
-#include "CoreUtility/CommandCheck.h"
+#include "CoreUtility/Command/CommandCheck.h"
 
 #include <algorithm>
 #include <cstring>
 #include <new>
 #include <vector>
 
-#include "CoreUtility/BotMessengerBuffer.h"
-#include "CoreUtility/CheckFindings.h"
-#include "CoreUtility/CommandVocabulary.h"
+#include "CoreUtility/Command/BotMessengerBuffer.h"
+#include "CoreUtility/Command/CheckFindings.h"
+#include "CoreUtility/Command/CommandVocabulary.h"
 #include "CoreUtility/FormatText.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Text.h"

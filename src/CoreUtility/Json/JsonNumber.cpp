@@ -1,4 +1,4 @@
-#include "CoreUtility/JsonNumber.h"
+#include "CoreUtility/Json/JsonNumber.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <string>
 
-#include "CoreUtility/CheckFindings.h"
-#include "CoreUtility/JsonDocument.h"
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Command/CheckFindings.h"
+#include "CoreUtility/Json/JsonDocument.h"
+#include "CoreUtility/Json/nx_json.h"
 
 namespace APICore {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "CoreUtility/nx_json.h"
+#include "CoreUtility/Json/nx_json.h"
 
 namespace ZKHAL {
 
