@@ -55,9 +55,9 @@ const CheckCase kChecks[] = {
      "1:2: remark: eye ring without \"animation\" or \"index\": animation 0 is sent\n"
      "1:2: remark: eye ring without \"brightness\": brightness 0 is sent"},
     {R"({"100":{"brightness":1,"animation":1,"index":[0,0,0,0,0,0,0,0,0,0,0,0,1]}})",
-     "1:2: remark: \"animation\" is lost: \"index\" takes its place\n"
+     "1:24: remark: \"animation\" is lost: \"index\" takes its place\n"
      "1:38: remark: \"index\": only the first 12 elements are lights"},
-    {R"({"400":{"cm_s":1,"dir":1}})", "1:2: remark: \"cm_s\" and \"dir\" write the same byte: the later one is sent"},
+    {R"({"400":{"cm_s":1,"dir":1}})", "1:9: remark: \"cm_s\" is lost: \"dir\" takes its place"},
     {R"({"304":{"tone1":3,"tone5":{},"tone2":{"frq":1}}})",
      "1:9: remark: tone1: its value is a number and no object: no parameter is read\n"
      "1:19: remark: \"tone5\" is no parameter of synthesizer: ignored\n"
@@ -71,6 +71,44 @@ const CheckCase kChecks[] = {
     {R"({"211":{},"104":{},"202":{},"203":{},"100":{"index":[],"brightness":1},"102":{},"103":{},"105":{}})",
      "1:90: remark: light 105 is not sent: the combined packet has no place for it\n"
      "1:38: remark: eye brightness is not sent: the combined packet has no place for it"},
+    // Behaviours: values beyond the range of their id, of another id, or beaten by six bytes.
+    {R"({"450":{"id":40,"avg_deg":0,"amp_deg":99,"prd_s":100}})",
+     "1:29: remark: \"amp_deg\": 99 is outside 0 to 30: it is limited\n"
+     "1:42: remark: \"prd_s\": 100 is outside 0 to 16.383 and does not arrive whole",
+     ZK_ROBOT_QUILL},
+    {R"({"450":{"id":50,"avg_deg":-100,"amp_deg":99,"prd_s":1}})", "", ZK_ROBOT_QUILL},
+    {R"({"450":{"id":60,"amp_deg":9,"prd_s":1,"avg_deg":1}})", "1:39: remark: \"avg_deg\" is not sent by behaviour 60",
+     ZK_ROBOT_QUILL},
+    {R"({"450":{"id":20,"params":[1,2,3,4,5,6],"rpt":1}})", "1:40: remark: \"rpt\" is lost: \"params\" takes its place",
+     ZK_ROBOT_QUILL},
+    {R"({"450":{"id":70000,"params":[1,2,3,4,5,256]}})",
+     "1:9: remark: \"id\": 70000 is outside 0 to 65534 and does not arrive whole\n"
+     "1:20: remark: \"params\": 256 in it is outside 0 to 255 and does not arrive whole",
+     ZK_ROBOT_QUILL},
+    {R"({"450":{"id":10,"anim":1,"rpt":2,"max_scl":3}})",
+     "1:26: remark: \"rpt\": 2 is outside 0 to 1: it counts as 1\n"
+     "1:34: remark: \"max_scl\": 3 is outside 0 to 2: it counts as 1\n"
+     "1:2: remark: error: animation scale out of range. using 1. 3.000000",
+     ZK_ROBOT_QUILL},
+    // Values that a later one takes the place of, in the component or in another.
+    {R"({"200":{"cm_s":1},"201":{"cm_s":1},"211":{"left_cm_s":1}})",
+     "1:9: remark: \"cm_s\" is lost: \"left_cm_s\" of both wheels takes its place"},
+    {R"({"211":{"left_cm_s":1,"right_cm_s":1},"201":{"cm_s":1}})",
+     "1:23: remark: \"right_cm_s\" is lost: \"cm_s\" of right wheel takes its place"},
+    {R"({"204":{"angular_cm_s":1,"angular_deg_s":1}})",
+     "1:9: remark: \"angular_cm_s\" is lost: \"angular_deg_s\" takes its place"},
+    // Limits of the head's speeds and times, signs, bytes of the eye.
+    {R"({"209":{"angular_deg_s":-15020},"208":{"angular_cm_s":263}})",
+     "1:9: remark: \"angular_deg_s\": -15020 is outside -15019.7 to 15019.2: it is limited\n"
+     "1:40: remark: \"angular_cm_s\": 263 is outside -262.144 to 262.136: it is limited"},
+    {R"({"206":{"degree":0,"time":33}})", "1:20: remark: \"time\": 33 is outside -32.768 to 32.767: it is limited"},
+    {R"({"204":{"linear_acc_cm_s_s":-9,"angular_acc_deg_s_s":4000}})",
+     "1:9: remark: \"linear_acc_cm_s_s\": -9 is outside 0 to 1023: its sign is dropped\n"
+     "1:32: remark: \"angular_acc_deg_s_s\": 4000 is outside 0 to 3751.27: it is limited"},
+    {R"({"100":{"brightness":[256,1,true,0],"index":[1]}})",
+     "1:9: remark: \"brightness\": 256 does not fit a byte: only its low bits are sent\n"
+     "1:9: remark: \"brightness\" is true: read as 0"},
+    {R"({"300":{"volume":1.005}})", "1:9: remark: \"volume\" outside 0 to 1: it is limited"},
     // Refused
     {R"({"203":{"degree":121,"time":1},"213":{"prcnt":101},"9000":{"pingID":70000}})",
      "1:9: remark: \"degree\": 121 is outside -120 to 120: it is limited\n"
@@ -90,8 +128,9 @@ const CheckCase kChecks[] = {
      "1:1: remark: a Rusk takes shell commands only: no command packet means anything to it\n"
      "1:2: remark: light 106 is no part of a Rusk, but is sent all the same",
      ZK_ROBOT_RUSK},
-    {R"({"204":{"linear_acc_cm_s_s":1}})", "1:2: remark: one acceleration without the other is not sent"},
-    {R"({"205":{"mode":3,"ease":1}})", "1:18: remark: \"ease\" is not sent by body pose"},
+    {R"({"204":{"linear_acc_cm_s_s":1}})",
+     "1:9: remark: \"linear_acc_cm_s_s\" is not sent by body motion without \"angular_acc_deg_s_s\""},
+    {R"({"205":{"mode":3,"ease":1}})", "1:18: remark: \"ease\" is not sent by body pose when \"mode\" is 3 to 4"},
     {R"({"100":{"brightness":1.5,"index":["1"]}})",
      "1:9: remark: \"brightness\": above 1, 1.5 is the byte 1\n1:26: remark: \"index\": text in it is read as 0"},
     {R"({"450":{"id":10,"params":[1,2,3,4,5,6]}})", "", ZK_ROBOT_QUILL},

@@ -232,24 +232,6 @@ TEST(CommandMessageTest, TextsAndTreesAreReadTheSame)
     }
 }
 
-// The parser finds a record by its kind: another kind than the encoder's would lose every parameter.
-TEST(CommandMessageTest, ParserAndEncoderAgreeOnTheKindOfEachRecord)
-{
-    for (const uint32_t type : {ZK_ROBOT_ORVIK, ZK_ROBOT_PELL, ZK_ROBOT_QUILL, ZK_ROBOT_RUSK}) {
-        const auto robot = robotOf(type);
-        Ctlr2BotMsg message;
-        robot->initComponentsForCtlr2BotMsg(&message);
-        for (size_t i = 0; i < HAL::kComponentCount; ++i) {
-            const uint32_t id = HAL::kComponentNames[i].id;
-            const APICore::ComponentRow* row = APICore::findComponent(id);
-            if (row != nullptr && id != ZK_COMPONENT_BODY_WHEELS) {  // which stands for two others
-                EXPECT_EQ(message.record(row->kind, i) != nullptr, HAL::RobotHW_rev0::registersComponent(type, id))
-                    << id << " on robot type " << type;
-            }
-        }
-    }
-}
-
 // Records are made fresh in steps: none may reach into what lies behind the last.
 TEST(CommandMessageTest, FreshRecordsLeaveThePacketListAlone)
 {

@@ -83,6 +83,7 @@ public:
 
 private:
     const HAL::PacketList& convertDocument(const nx_json* document, bool hasPaddedText);
+    void fill(ZKComponentId component, const nx_json* params, void* record);
 
     std::shared_ptr<HAL::Ctlr2BotMsg> mLastSentMessage;
     std::shared_ptr<HAL::Ctlr2BotMsg> mPendingMessage;

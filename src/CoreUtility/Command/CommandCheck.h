@@ -6,6 +6,7 @@
 #include <string>
 
 #include "CoreUtility/Command/CheckFindings.h"
+#include "CoreUtility/Command/ComponentCheck.h"
 #include "CoreUtility/Json/JsonDocument.h"
 #include "CoreUtility/Json/nx_json.h"
 
@@ -32,8 +33,6 @@ CheckResult checkCommandDocument(const char* text, uint32_t robotType, std::stri
 /** Whether the text is JSON, and an object; what else it should be is said in `ofWhat`. */
 bool isObjectText(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, const char* ofWhat,
                   Findings& findings);
-/** An object of commands. An animation takes all three of its packets. */
-void checkCommands(const nx_json* commands, uint32_t robotType, bool isOfAnimation, Findings& findings);
 /** What stands behind the document, and what its texts lose. */
 void checkText(const char* text, const char* end, Findings& findings);
 CheckResult resultOf(const Findings& findings);

@@ -1,7 +1,6 @@
 // The command mask: one bit for each command that a message can hold pending.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 namespace HAL {
@@ -69,8 +68,5 @@ constexpr uint64_t kSwallowedBits = kBitLed105 | kBitEyeBrightness | kBitEyeBrig
 constexpr uint64_t kBehaviourBits = kBitBehaviourStart | kBitBehaviourStop;
 constexpr uint64_t kSettingBits = kBitSettingName | kBitSettingColor | kBitSettingAnim | kBitSettingColorAnim |
                                   kBitSettingAvatar | kBitSettingVolume | kBitSettingEyeBrightness;
-
-// RobotHW_rev0::setCommand() for a row of kComponentNames: marks it as commanded in a message's hardware data.
-void setComponent(void* data, size_t component);
 
 }  // namespace HAL

@@ -12,6 +12,7 @@
 #include "HAL/RobotHardware/RobotHW_rev0.h"
 #include "HAL/RobotHardware/Uuid.h"
 #include "HAL/RobotHardware/WorkingRecordPool.h"
+#include "HAL/RobotMessages/Components.h"
 
 namespace HAL {
 
@@ -264,38 +265,16 @@ bool RobotHW::validateNewName(const char* name, size_t length, size_t* excess)
 
 bool RobotHW::validCommandComponentIndex(ZKComponentId componentId) const
 {
-    switch (getRobotType()) {
-        case ZK_ROBOT_QUILL:
-            return componentId != ZK_COMPONENT_LED_105;
-        case ZK_ROBOT_ORVIK:
-            return componentId < ZK_COMPONENT_RGB_107 || componentId > ZK_COMPONENT_LED_111;
-        case ZK_ROBOT_PELL:
-            switch (componentId) {
-                case ZK_COMPONENT_POWER:
-                case ZK_COMPONENT_EYE_RING:
-                case ZK_COMPONENT_RGB_101:
-                case ZK_COMPONENT_RGB_102:
-                case ZK_COMPONENT_RGB_103:
-                case ZK_COMPONENT_RGB_104:
-                case ZK_COMPONENT_LED_105:
-                case ZK_COMPONENT_LED_106:
-                case ZK_COMPONENT_SPEAKER:
-                case ZK_COMPONENT_AUDIO_SYNTH:
-                case ZK_COMPONENT_305:
-                case ZK_COMPONENT_USER_SETTINGS:
-                case ZK_COMPONENT_6001:
-                case ZK_COMPONENT_PING:
-                    return true;
-                default:
-                    return false;
-            }
-        case ZK_ROBOT_RUSK:
-            return false;
-        default:
-            ZKHAL::printOut("error: unhandled robot type: %d at %s\n", static_cast<int>(getRobotType()),
-                            "bool HAL::RobotHW::validCommandComponentIndex(ZKComponentId)");
-            return false;
+    const uint32_t robotType = getRobotType();
+    const RobotTypeRow* row = findRobotType(robotType);
+    if (row == nullptr || row->isBootloader) {
+        ZKHAL::printOut("error: unhandled robot type: %d at %s\n", static_cast<int>(robotType),
+                        "bool HAL::RobotHW::validCommandComponentIndex(ZKComponentId)");
+        return false;
     }
+    const int index = componentIndex(componentId);
+    const RobotSet has = index >= 0 ? kComponents[index].has : kWheeledRobots;  // these take any other number too
+    return (has & row->set) != 0;
 }
 
 void RobotHW::initComponentsForCtlr2BotMsg(Ctlr2BotMsg* message)

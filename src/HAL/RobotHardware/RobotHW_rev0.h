@@ -18,7 +18,7 @@ enum class Placement : int8_t { NotPending = -2, NoRoom = -1, Packet0 = 0, Packe
 
 /** One command that packing came to, in packing order. */
 struct PackedCommand {
-    const char* name;
+    const char* words;
     uint64_t bits;       // of the command mask
     uint64_t swallowed;  // bits of commands that were pending and are dropped with it
     Placement placement;

@@ -12,37 +12,8 @@
 
 namespace HAL {
 
-// The kinds of record, in the order of the message's maps.
-enum class RecordKind : uint8_t {
-    NoParams,
-    Launcher,
-    LedMsg,
-    Speaker,
-    Anim,
-    UserSetting,
-    MotorWheel,
-    MotorServo,
-    LED,
-    LED3,
-    RGB,
-    EyeRing,
-    Power,
-    Ping,
-    BodyMotionLinearAngular,
-    BodyPose,
-    AudioSynth,
-    Pamplemousse,
-    Scalar,
-    Count
-};
-
 // Records begin at multiples of this and are copied in steps of it: the room up to the next multiple is theirs.
 constexpr size_t kRecordStep = 2 * sizeof(uint64_t);
-
-// Kinds of robot, as a set of bits, for tables that differ by robot.
-using RobotSet = uint8_t;
-constexpr RobotSet kOrvik = 1, kPell = 2, kQuill = 4, kOtherRobot = 8;
-constexpr RobotSet kWheeledRobots = kOrvik | kQuill, kEveryRobot = 15;
 
 // One entry of a map: where in the encoder's working record the record of this id lies, and on which robots.
 struct StorageRow {
@@ -162,7 +133,7 @@ public:
     }
 
     /**
-     * For the parser: the record of a component (a row of kComponentNames) in the map of its own kind; null if this is
+     * For the parser: the record of a component (a row of kComponents) in the map of its own kind; null if this is
      * another kind, or if the robot has none.
      */
     void* record(RecordKind kind, size_t component) const
