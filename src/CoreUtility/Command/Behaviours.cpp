@@ -327,7 +327,6 @@ constexpr CasesOfValue kAmpDegrees = casesOf("amp_deg"), kAmpCm = casesOf("amp_c
                        kBackup = casesOf("bkup"), kMean = casesOf("avg_deg"), kPeriod = casesOf("prd_s"),
                        kRepeat = casesOf("rpt"), kScale = casesOf("max_scl"), kSide = casesOf("sidelen_cm"),
                        kSideTime = casesOf("sidetm_s"), kTurnTime = casesOf("turntm_s");
-constexpr LimitCase kNeverSent[] = {{HAL::kEveryRobot, LimitCase::When::Always, nullptr, nullptr, {}, kNotSent}};
 
 // By key: the parameters of a start, of which a stop reads all and sends the id.
 constexpr ParamRow named(ParamRow::Store store, ParamKind kind, const char* key, const char* name, const char* unit,

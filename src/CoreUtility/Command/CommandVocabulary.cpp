@@ -38,8 +38,6 @@ constexpr LimitCase whenWithin(const char* key, Range is, Limits limits)
     return {HAL::kEveryRobot, When::Within, key, nullptr, is, limits};
 }
 
-constexpr LimitCase kNeverSent[] = {onlyOn(HAL::kEveryRobot, kNotSent)};
-
 // ---- Lights ----------------------------------------------------------------------------------------------------
 
 constexpr ParamRow kLedParams[] = {level<&HALLED_t::brightness>("brightness", "brightness", "how bright")};

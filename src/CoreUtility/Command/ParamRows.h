@@ -12,6 +12,9 @@ namespace APICore {
 
 constexpr Range kByte = {0, 255}, kWord = {0, 65535}, kTwelveBits = {0, 4095}, kUnit = {0, 1}, kThreeBits = {0, 7};
 
+// For what is read and has no place in the command.
+inline constexpr LimitCase kNeverSent[] = {{HAL::kEveryRobot, LimitCase::When::Always, nullptr, nullptr, {}, kNotSent}};
+
 template <class Record, class Field>
 Record& recordOf(void* record, Field Record::*)
 {
