@@ -22,7 +22,9 @@ set(ZKHAL_CXX_HEADERS
   CoreUtility/Puppet/ZKAnimConvert.h
   CoreUtility/Json/nx_json.h
   CoreUtility/nx_json.h
+  CppEngine/ActionHost.h
   CppEngine/AdvertisementData.h
+  CppEngine/Channels.h
   CppEngine/PlatformAdapter.h
   CppEngine/Robot.h
   CppEngine/RobotActionManagerAbstract.h

@@ -8,8 +8,8 @@
 
 #include "CoreUtility/Assertion.h"
 #include "CoreUtility/Text.h"
+#include "CppEngine/Channels.h"
 #include "CppEngine/EngineCall.h"
-#include "CppEngine/Robot.h"
 #include "HAL/MessagePacketizers/ShellFrame.h"
 #include "ZKHAL/Engine.h"
 #include "ZKHAL/ZKRobotType.h"
@@ -87,7 +87,7 @@ private:
     RobotActionManagerShell& mManager;
 };
 
-RobotActionManagerShell::RobotActionManagerShell(Robot* robot) : RobotActionManagerAbstract(robot) {}
+RobotActionManagerShell::RobotActionManagerShell(ActionHost* robot) : RobotActionManagerAbstract(robot) {}
 
 RobotActionManagerShell::~RobotActionManagerShell()
 {

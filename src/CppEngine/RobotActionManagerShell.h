@@ -32,7 +32,7 @@ public:
         bool framed;          // fixed when it is enqueued
     };
 
-    explicit RobotActionManagerShell(Robot* robot);
+    explicit RobotActionManagerShell(ActionHost* robot);
     /** Silent: the time-out goes with it. */
     ~RobotActionManagerShell();
     RobotActionManagerShell(const RobotActionManagerShell&) = delete;
