@@ -9,6 +9,7 @@
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Sound/aflibConverter.h"
 #include "CoreUtility/Sound/NuSoundEncode.h"
+#include "CoreUtility/Sound/SoundPrepare.h"
 
 namespace {
 
