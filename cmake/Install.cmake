@@ -15,14 +15,16 @@ set(ZKHAL_CXX_HEADERS
   CoreUtility/BotMessengerBuffer.h
   CoreUtility/Command/BotMessengerBuffer.h
   CoreUtility/ByteOrder.h
-  CoreUtility/Clock.h
   CoreUtility/PayloadText.h
   CoreUtility/Puppet/PuppetRecord.h
   CoreUtility/Puppet/PuppetSequence.h
   CoreUtility/Puppet/ZKAnimConvert.h
   CoreUtility/Json/nx_json.h
+  CoreUtility/WallTime.h
   CoreUtility/nx_json.h
+  CppEngine/ActionHost.h
   CppEngine/AdvertisementData.h
+  CppEngine/Channels.h
   CppEngine/PlatformAdapter.h
   CppEngine/Robot.h
   CppEngine/RobotActionManagerAbstract.h

@@ -10,6 +10,7 @@
 #include "CoreUtility/Command/BotMessengerBuffer.h"
 #include "CoreUtility/Command/CommandVocabulary.h"
 #include "CoreUtility/Json/JsonDocument.h"
+#include "HAL/RobotHardware/CommandBits.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
 #include "HAL/RobotHardware/WorkingRecordPool.h"
@@ -84,6 +85,20 @@ TEST(CommandMessageTest, CommandsPrintInTheOrderOfTheMaps)
     robot->setCommand(message.GetHwData(), 100);
     EXPECT_EQ(printed.take(), "error: unsupported brightnessMode: 2\n");
     robot->setCommand(nullptr, 100);
+}
+
+TEST(CommandMessageTest, DataThatNoMessageMadeTakesCommands)
+{
+    const auto robot = robotOf(ZK_ROBOT_ORVIK);
+    const auto data = std::make_unique<HAL::robot_hw0_cmd_data>();  // all zero
+    data->rgb102.red = 9;
+    for (const unsigned id : {102u, 205u, 9000u}) {
+        robot->setCommand(data.get(), id);
+    }
+    EXPECT_TRUE(data->rgb102.isSet && data->bodyPose.isSet && data->ping.isSet);
+    EXPECT_FALSE(data->rgb103.isSet);
+    EXPECT_EQ(data->rgb102.red, 9);
+    EXPECT_EQ(data->commandMask, HAL::kBitRgb102 | HAL::kBitBodyPose | HAL::kBitPing);
 }
 
 TEST(CommandMessageTest, TheParserKeepsToItsRecord)

@@ -206,6 +206,36 @@ TEST_F(PuppetTest, SequencesOfHandMadeRecordings)
     EXPECT_NE(sequence(-kInfinity).find("\"degree\":inf,"), std::string::npos) << "beyond single precision";
 }
 
+TEST_F(PuppetTest, NumbersFollowTheFormatOfTheirStream)
+{
+    struct Comma : std::numpunct<char> {
+        char do_decimal_point() const override
+        {
+            return ',';
+        }
+    };
+    const struct {
+        void (*format)(std::ostream& out);
+        const char* text;
+    } cases[] = {
+        {[](std::ostream&) {}, R"("a":7,"b":0.0330,"c":-1.5000)"},
+        {[](std::ostream& out) { out.precision(2); }, R"("a":7,"b":0.03,"c":-1.50)"},
+        {[](std::ostream& out) { out << std::scientific; }, R"("a":7,"b":3.3000e-02,"c":-1.5000e+00)"},
+        {[](std::ostream& out) { out << std::showpos; }, R"("a":+7,"b":+0.0330,"c":-1.5000)"},
+        {[](std::ostream& out) { out << std::defaultfloat; }, R"("a":7,"b":0.033,"c":-1.5)"},
+        {[](std::ostream& out) { out.imbue(std::locale(out.getloc(), new Comma)); }, R"("a":7,"b":0,0330,"c":-1,5000)"},
+    };
+    for (const auto& c : cases) {
+        std::ostringstream out;
+        Internal::setupOSS(out);
+        c.format(out);
+        Internal::appendKVPairNum(out, "", "a", 7);
+        Internal::appendKVPairNum(out, ",", "b", 0.033f);
+        Internal::appendKVPairNum(out, ",", "c", -1.5f);
+        EXPECT_EQ(out.str(), c.text);
+    }
+}
+
 TEST_F(PuppetTest, SequencesAreBuiltOnceForATimeRange)
 {
     const std::string folder = ::testing::TempDir() + "puppet_log";

@@ -386,7 +386,11 @@ TEST_F(SensorTest, PairsOnAStream)
     HAL::PacketizerInteraction::addWheelInfoToPayload(out, 3003u, 2.5);
     const uint8_t bytes[] = {1, 255};
     AbstractPacketizer::addKeyValuePairToPayload(out, "e", bytes, 2);
-    EXPECT_EQ(out.str(), R"("a":200,"b":-5,"c":1.5,"d":1,"d":255,"3003":{"cm":2.5},"e":[1,255])");
+    uint8_t received[] = {7, 8, 9};
+    uint8_t* const begin = received;
+    AbstractPacketizer::addKeyValuePairToPayload(out, "f", received, 3);
+    AbstractPacketizer::addKeyValuePairToPayload(out, "g", begin, 1);
+    EXPECT_EQ(out.str(), R"("a":200,"b":-5,"c":1.5,"d":1,"d":255,"3003":{"cm":2.5},"e":[1,255],"f":[7,8,9],"g":[7])");
 }
 
 TEST_F(SensorTest, PacketQuality)

@@ -22,11 +22,13 @@ protected:
     }
     void command(const std::string& json)
     {
-        send(*robot, json);
+        send(*robot, json, robot->type());
     }
-    static void send(VirtualRobot& to, const std::string& json)
+    // To a robot itself, or to its end of a link.
+    template <class Peer>
+    static void send(Peer& to, const std::string& json, uint32_t type)
     {
-        ZKTranslator* translator = ZKTranslatorCreate(to.type());
+        ZKTranslator* translator = ZKTranslatorCreate(type);
         HALPacket_t packets[ZK_MAX_COMMAND_PACKETS];
         size_t count = 0;
         ZKTranslatorTranslate(translator, json.c_str(), packets, &count, nullptr, 0);
@@ -347,7 +349,7 @@ TEST_F(SimulatorTest, NothingItIsSentIsFatal)
 {
     const auto pell = VirtualRobot::create(ZK_ROBOT_PELL, 1);
     const auto rusk = VirtualRobot::create(ZK_ROBOT_RUSK, 1);
-    send(*pell, R"({"106":{"brightness":1}})");
+    send(*pell, R"({"106":{"brightness":1}})", pell->type());
     const uint8_t wheels[] = {0x01, 0x01, 0x2C, 0x01, 0x2C};
     const uint8_t lightOfQuill[] = {0x30, 0xFF, 0xFF, 0xFF};
     pell->write(Kestrel::gChannelCommandControl.c_str(), wheels, sizeof wheels);
@@ -464,7 +466,7 @@ TEST_F(SimulatorTest, ThirtyRobotsInOneProcess)
             Seat seat = {"robot " + std::to_string(i),
                          VirtualRobot::create(1001 + static_cast<uint32_t>(i) % 3, static_cast<uint64_t>(i)), nullptr,
                          ZKTranslatorCreate(1001 + static_cast<uint32_t>(i) % 3)};
-            seat.link = std::make_unique<Simulator::Link>(*seat.robot, Simulator::Faults{}, 1);
+            seat.link = std::make_unique<Simulator::Link>(*seat.robot, Simulator::Faults{}, static_cast<uint64_t>(i));
             seat.link->connect();
             const std::vector<uint8_t> data = seat.robot->manufacturerData();
             ZKProcessScan(seat.id.c_str(), reinterpret_cast<const char*>(data.data()), data.size(), nullptr, 0);
@@ -494,7 +496,10 @@ TEST_F(SimulatorTest, ThirtyRobotsInOneProcess)
             for (Seat& seat : seats) {
                 if (tick % 100 == 0) {
                     ZKEnqueueShellCommand(seat.id.c_str(), ("ECHO " + seat.id).c_str(), 1);
-                    send(*seat.robot, R"({"211":{"left_cm_s":5,"right_cm_s":7},"102":{"r":1}})");
+                    const auto seatNumber = static_cast<double>(seatOf(seat.id));
+                    const std::string own = std::to_string((seatNumber + 0.5) / 255);  // tells them apart
+                    send(*seat.link, R"({"211":{"left_cm_s":5,"right_cm_s":7},"102":{"r":)" + own + "}}",
+                         seat.robot->type());
                 }
                 seat.link->advance(0.015);
                 HALPacket_t packets[2] = {};
@@ -516,6 +521,7 @@ TEST_F(SimulatorTest, ThirtyRobotsInOneProcess)
         EXPECT_EQ(room.answered, 120);
         for (Seat& seat : seats) {
             EXPECT_EQ(seat.reports, 180);
+            EXPECT_EQ(seat.robot->state().light102.red, seatOf(seat.id));
             ZKTranslatorDestroy(seat.translator);
         }
     };

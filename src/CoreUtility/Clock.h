@@ -3,12 +3,9 @@
 
 #include <cstdint>
 
-namespace ZKHAL {
+#include "CoreUtility/WallTime.h"
 
-struct WallTime {
-    int64_t seconds;       // since 1970
-    int32_t microseconds;  // 0 to 999999
-};
+namespace ZKHAL {
 
 WallTime wallTime();
 uint64_t monotonicNanoseconds();

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string>
 
+#include "ZKHAL/ZKExport.h"
+
 namespace ZKHAL {
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are put together in words, the first in the low byte");
@@ -41,7 +43,7 @@ inline constexpr std::array<uint32_t, 1000> kThreeDigits = [] {
     return texts;
 }();
 
-class PayloadText {
+class ZK_API PayloadText {  // the stream forms of the packetizers are compiled into hosts
 public:
     // Room for size more bytes; their count is added by the caller.
     char* reserve(size_t size)

@@ -27,8 +27,6 @@ KnownRobots& gKnownRobots()
     return *robots;
 }
 
-Kestrel::TimerManager* sTimerManagerInstance = nullptr;  // the installed one
-
 // For the functions for known robots only. A call keeps its robot until it returns, whatever its callbacks forget.
 template <class Body>
 void withRobot(const char* function, const char* robotId, Body body)
@@ -146,24 +144,6 @@ void ZKReceivedData(const char* robotId, const char* channel, const char* data, 
 void ZKTick(void)
 {
     ZKHAL::guarded(__func__, [] { ZKGetTimerManager()->tick(); });
-}
-
-void ZKSetTimerManager(ZKTimerManager* manager)
-{
-    sTimerManagerInstance = manager;
-}
-
-ZKTimerManager* ZKGetTimerManager(void)
-{
-    static Kestrel::TimerManager* own = nullptr;
-    if (sTimerManagerInstance == nullptr) {
-        if (own == nullptr) {
-            own = ZKHAL::guarded(__func__, own, [] { return new Kestrel::TimerManager; });
-        }
-        sTimerManagerInstance = own;
-    }
-    ZK_ASSERT(sTimerManagerInstance);
-    return sTimerManagerInstance;
 }
 
 bool ZKIsKnownRobot(const char* robotId)

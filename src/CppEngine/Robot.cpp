@@ -9,23 +9,9 @@
 #include "CppEngine/EngineCall.h"
 #include "CppEngine/RobotActionManagerShell.h"
 #include "HAL/RobotHardware/RobotHW.h"
-#include "HAL/RobotHardware/Uuid.h"
 #include "ZKHAL/HostCallbacks.h"
 
 namespace Kestrel {
-
-// Constructed first, since a host's own constructors may already scan.
-#define ZK_EARLY __attribute__((init_priority(101)))
-
-ZK_EARLY const std::string gChannelShellControl = ZK_UUID("AF230000");
-ZK_EARLY const std::string gChannelShellPacket = ZK_UUID("AF230001");
-ZK_EARLY const std::string gChannelCommandControl = ZK_UUID("AF230002");
-ZK_EARLY const std::string gChannelSensorPacket1 = ZK_UUID("AF230003");
-ZK_EARLY const std::string gChannelDfuControl = ZK_UUID("AF230004");
-ZK_EARLY const std::string gChannelDfuPacket = ZK_UUID("AF230005");
-ZK_EARLY const std::string gChannelSensorPacket2 = ZK_UUID("AF230006");
-ZK_EARLY const std::string gChannelFileTransferControl = ZK_UUID("AF230004");
-ZK_EARLY const std::string gChannelFileTransferPacket = ZK_UUID("AF230005");
 
 namespace {
 
@@ -109,10 +95,10 @@ void Robot::initialize()
     }
 }
 
-void Robot::releaseIfReplaced(const RobotActionManagerShell* manager)
+void Robot::releaseIfReplaced(const RobotActionManagerAbstract* manager)
 {
     const auto found = mReplacedManagers.find(manager);
-    if (found != mReplacedManagers.end() && !manager->canStillAct()) {
+    if (found != mReplacedManagers.end() && !found->second->canStillAct()) {
         EngineCall::keepUntilIdle(found->second);
         mReplacedManagers.erase(found);
     }
@@ -121,7 +107,7 @@ void Robot::releaseIfReplaced(const RobotActionManagerShell* manager)
 void Robot::_releaseReplacedManagers()
 {
     for (auto it = mReplacedManagers.begin(); it != mReplacedManagers.end();) {
-        const RobotActionManagerShell* manager = it->first;
+        const RobotActionManagerAbstract* manager = it->first;
         ++it;
         releaseIfReplaced(manager);
     }

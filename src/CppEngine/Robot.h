@@ -8,7 +8,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "CppEngine/ActionHost.h"
 #include "CppEngine/AdvertisementData.h"
+#include "CppEngine/Channels.h"
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/ZKExport.h"
 
@@ -16,29 +18,18 @@ namespace Kestrel {
 
 class RobotActionManagerShell;
 
-// UUIDs of the characteristics. They compare without regard to case.
-ZK_API extern const std::string gChannelShellControl;
-ZK_API extern const std::string gChannelShellPacket;
-ZK_API extern const std::string gChannelCommandControl;
-ZK_API extern const std::string gChannelSensorPacket1;
-ZK_API extern const std::string gChannelDfuControl;
-ZK_API extern const std::string gChannelDfuPacket;
-ZK_API extern const std::string gChannelSensorPacket2;
-ZK_API extern const std::string gChannelFileTransferControl;  // that of DFU control, on purpose
-ZK_API extern const std::string gChannelFileTransferPacket;   // that of DFU packet, on purpose
-
 /**
  * Its id, what it advertised, and its shell command manager. Used by the one thread of the engine. Its owner must not
  * destroy it inside a callback about it.
  */
-class ZK_API Robot {
+class ZK_API Robot : public ActionHost {
 public:
     /** id   the host's id of the robot, copied; null counts as empty. There is no shell manager before a scan. */
     explicit Robot(const char* id);
     /** Queued commands are dropped without a callback. An error line when there never was a scan. */
-    virtual ~Robot();
+    ~Robot() override;
     /** packets, in order, go out through ZKTransmitPackets(). An empty list, or null, stops the process. */
-    virtual void transmitPackets(const std::string* channel, const std::vector<HALPacket_t>* packets);
+    void transmitPackets(const std::string* channel, const std::vector<HALPacket_t>* packets) override;
 
     Robot(const Robot&) = delete;
     Robot& operator=(const Robot&) = delete;
@@ -68,13 +59,12 @@ public:
     /** Drops all commands without a callback, those of replaced managers too. */
     void handleDisconnect();
 
-    const char* uuId() const;
+    const char* uuId() const override;
     /** As advertised; "" before the first scan. */
-    const char* name() const;
+    const char* name() const override;
     const AdvertisementData& advertisement() const;
 
-    /** For managers, at the end of their calls: one that has been replaced and can no longer act goes. */
-    void releaseIfReplaced(const RobotActionManagerShell* manager);
+    void releaseIfReplaced(const RobotActionManagerAbstract* manager) override;
 
 private:
     void _releaseReplacedManagers();
@@ -83,7 +73,7 @@ private:
     std::shared_ptr<RobotActionManagerShell> mShellManager;
     AdvertisementData mAdvertisement;
     // Those that may still act. One whose timer manager has gone tells nobody: all are looked through now and then.
-    std::unordered_map<const RobotActionManagerShell*, std::shared_ptr<RobotActionManagerShell>> mReplacedManagers;
+    std::unordered_map<const RobotActionManagerAbstract*, std::shared_ptr<RobotActionManagerShell>> mReplacedManagers;
     size_t mLookThroughAt = 0;
 };
 

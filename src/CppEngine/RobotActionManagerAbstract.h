@@ -4,17 +4,16 @@
 #include <cstddef>
 #include <string>
 
+#include "CppEngine/ActionHost.h"
 #include "CppEngine/AdvertisementData.h"
 #include "ZKHAL/ZKExport.h"
 
 namespace Kestrel {
 
-class Robot;
-
 class ZK_API RobotActionManagerAbstract {
 public:
     /** The robot outlives its managers, or lets go of them. */
-    explicit RobotActionManagerAbstract(Robot* robot) : mRobot(robot) {}
+    explicit RobotActionManagerAbstract(ActionHost* robot) : mRobot(robot) {}
 
     /** The robot has disconnected. */
     virtual void reset() = 0;
@@ -25,7 +24,7 @@ public:
 protected:
     ~RobotActionManagerAbstract() = default;
 
-    Robot* mRobot;  // not owned
+    ActionHost* mRobot;  // not owned
 };
 
 }  // namespace Kestrel

@@ -8,8 +8,8 @@
 
 #include "CoreUtility/Assertion.h"
 #include "CoreUtility/Text.h"
+#include "CppEngine/Channels.h"
 #include "CppEngine/EngineCall.h"
-#include "CppEngine/Robot.h"
 #include "HAL/MessagePacketizers/ShellFrame.h"
 #include "ZKHAL/Engine.h"
 #include "ZKHAL/ZKRobotType.h"
@@ -87,7 +87,7 @@ private:
     RobotActionManagerShell& mManager;
 };
 
-RobotActionManagerShell::RobotActionManagerShell(Robot* robot) : RobotActionManagerAbstract(robot) {}
+RobotActionManagerShell::RobotActionManagerShell(ActionHost* robot) : RobotActionManagerAbstract(robot) {}
 
 RobotActionManagerShell::~RobotActionManagerShell()
 {
@@ -276,11 +276,15 @@ void RobotActionManagerShell::_normalizeResponse(const std::string& command, std
     }
 }
 
-void RobotActionManagerShell::onTimer(TimerID)
+void RobotActionManagerShell::onTimer(TimerID id)
 {
     const Call call(*this);
     ZK_ASSERT(this->mQueuedCommands.size() > 0);
+    if (mCurrentOutstandingCommand.empty()) {
+        return;  // nothing is in flight yet that could time out
+    }
     const uint64_t ticket = mTicket;
+    const bool hasGoneOff = _hasGoneOff(id);  // before the line, whose callback may move time
     {
         const Command_t head = mQueuedCommands.front();
         ZKLogW("Timing out command. Cmd:\"%s\" dT:%.3fs Timeout:%.3fs", head.command.c_str(),
@@ -289,8 +293,21 @@ void RobotActionManagerShell::onTimer(TimerID)
     if (ticket != mTicket || mEndingTicket == ticket) {
         return;
     }
-    _takeTimeout();
+    if (hasGoneOff) {
+        _takeTimeout();
+    } else {
+        _forgetTimeout();  // called by someone else: the timer is still armed, and must not come for a later command
+    }
     _failOutstandingCommand(ZK_ERROR_TIMEOUT, "timeout");
+}
+
+// Whether the timers call, with the time-out of the command in flight: such a one leaves them at the end of their pass.
+bool RobotActionManagerShell::_hasGoneOff(TimerID id) const
+{
+    const auto armedAt = mTimeoutManager.lock();
+    const Command_t& head = mQueuedCommands.front();
+    return armedAt != nullptr && (*armedAt)->isFiring() && id == mTimeoutTimerID &&
+           head.sent + head.timeout <= (*armedAt)->getCurrentSecond();
 }
 
 void RobotActionManagerShell::_failOutstandingCommand(ZKErrorCode code, const char* message)

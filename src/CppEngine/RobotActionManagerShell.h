@@ -32,7 +32,7 @@ public:
         bool framed;          // fixed when it is enqueued
     };
 
-    explicit RobotActionManagerShell(Robot* robot);
+    explicit RobotActionManagerShell(ActionHost* robot);
     /** Silent: the time-out goes with it. */
     ~RobotActionManagerShell();
     RobotActionManagerShell(const RobotActionManagerShell&) = delete;
@@ -51,7 +51,7 @@ public:
     void receivedData(const std::string* channel, const char* data, size_t length,
                       const AdvertisementData& advertisement) override;
 
-    /** The time-out of the command in flight. */
+    /** The command in flight fails, whatever the id: its own time-out, if that is still to come, never comes. */
     void onTimer(TimerID id) override;
 
     /** Drops everything without a callback. */
@@ -77,6 +77,7 @@ private:
     void _completeOutstandingCommand(bool framed);
     std::string _createResponseFromReceivedPackets(bool framed) const;
     static void _normalizeResponse(const std::string& command, std::string& answer);
+    bool _hasGoneOff(TimerID id) const;
     void _failOutstandingCommand(ZKErrorCode code, const char* message);
     template <class Tell>
     void _end(Tell tell);

@@ -80,6 +80,12 @@ public:
     /** As of the last tick. */
     double getCurrentSecond() const;
 
+    /** Whether a pass is under way: inside onTimer(), and what it calls. */
+    bool isFiring() const
+    {
+        return mIsFiring;
+    }
+
     /** False, with an error line, when the last tick is more than sMinimumTickSeconds of wall-clock time ago. */
     bool verifyTickRate();
 

@@ -55,5 +55,18 @@ if [ "$shared" = ON ]; then
   while read -r pattern; do
     grep -qE "$pattern" "$work/exported" || { echo "not exported: $pattern"; exit 1; }
   done <"$interface"
+
+  # What an installed header declares can be linked.
+  if command -v python3 >"$work/log"; then
+    nm -C --defined-only "$work/prefix/lib/libZKHALSimulator.a" | sed -n 's/(.*//; s/^[0-9a-f]* [A-Z] //p' \
+      >"$work/simulator_functions"
+    sed 's/\[abi:cxx11\]//g' "$work/exported" "$work/simulator_functions" | sort -u >"$work/linkable"
+    "$source/tests/consumers/declared" "$work/prefix/include" |
+      grep -vE "$([ "$sound" = ON ] && echo '^$' || echo 'Sound|aflib')" | sort >"$work/declared"
+    if [ ! -s "$work/declared" ] || comm -23 "$work/declared" "$work/linkable" | grep .; then
+      echo "declared in an installed header, but not exported"
+      exit 1
+    fi
+  fi
 fi
 echo "consumers build and run"

@@ -4,6 +4,7 @@
 
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Numbers.h"
+#include "CoreUtility/Puppet/WaitClock.h"
 #include "CoreUtility/Puppet/ZKAnimConvert.h"
 
 namespace ZKAnimConvert {

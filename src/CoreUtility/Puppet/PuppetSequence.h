@@ -22,7 +22,10 @@ ZK_API std::string toJsonTempGlobal(const puppetPose_t& pose, float time);
 
 /** Four digits after the point, in every locale. */
 ZK_API void setupOSS(std::ostream& out);
-/** One member of an object behind a prefix, which is "" for the first and "," for the others. */
+/**
+ * One member of an object behind a prefix, which is "" for the first and "," for the others. The number is written in
+ * the stream's own format.
+ */
 ZK_API void appendKVPairNum(std::ostream& out, const char* prefix, const char* key, int value);
 ZK_API void appendKVPairNum(std::ostream& out, const char* prefix, const char* key, float value);
 /** value is JSON text. */

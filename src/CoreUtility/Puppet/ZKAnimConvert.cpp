@@ -1,6 +1,5 @@
 #include "CoreUtility/Puppet/ZKAnimConvert.h"
 
-#include <limits>
 #include <memory>
 #include <string>
 
@@ -8,6 +7,7 @@
 #include "CoreUtility/Command/BotMessengerBuffer.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Numbers.h"
+#include "CoreUtility/Puppet/WaitClock.h"
 #include "CoreUtility/Text.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "ZKHAL/Utilities.h"
@@ -49,20 +49,6 @@ void printPacket(size_t index, const HALPacket_t& packet)
 #endif
 
 }  // namespace
-
-bool WaitClock::add(float seconds, int64_t& wait)
-{
-    mAccumulatedMs += 1000 * seconds;
-    const float exact = mAccumulatedMs - static_cast<float>(mEmittedMs);
-    if (exact >= static_cast<float>(kLongestLongWait + 1)) {
-        return false;
-    }
-    wait = ZKHAL::truncate(static_cast<double>(exact));
-    // Far below zero the sum stays where it is, so that it cannot overflow.
-    constexpr int64_t kLowest = std::numeric_limits<int64_t>::min() / 2;
-    mEmittedMs = wait < kLowest - mEmittedMs ? kLowest : mEmittedMs + wait;
-    return true;
-}
 
 bool Json2Robot(const char* text, std::vector<uint8_t>& bytes, unsigned robotType)
 {

@@ -25,20 +25,6 @@ constexpr unsigned storedWait(int64_t milliseconds)
 }
 
 /**
- * The waits of an animation: whole milliseconds, with what was cut off carried on, so that the file does not drift
- * against the document. Single precision.
- */
-class WaitClock {
-public:
-    /** The wait of a frame that lasts so many seconds; false when it is too long to be written. */
-    bool add(float seconds, int64_t& wait);
-
-private:
-    float mAccumulatedMs = 0;
-    int64_t mEmittedMs = 0;
-};
-
-/**
  * Appends the bytes of an animation document: a text, or one that has been parsed. False, with a message on stdout,
  * when it is malformed; what was appended until then stays.
  * robotType   a code of ZKHAL/ZKRobotType.h

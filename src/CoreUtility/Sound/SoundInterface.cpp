@@ -8,6 +8,7 @@
 
 #include "CoreUtility/Boundary.h"
 #include "CoreUtility/Sound/NuSoundEncode.h"
+#include "CoreUtility/Sound/SoundPrepare.h"
 #include "CoreUtility/Sound/ZKSound.h"
 
 namespace {

@@ -9,6 +9,7 @@
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Sound/aflibConverter.h"
 #include "CoreUtility/Sound/NuSoundEncode.h"
+#include "CoreUtility/Sound/SoundPrepare.h"
 
 namespace {
 
@@ -42,7 +43,10 @@ bool ZKSoundProcess(std::vector<int16_t>& dataIn, std::vector<unsigned char>& en
     }
     std::vector<int16_t> prepared;
     if (numChannels == 2) {
-        ZK_ASSERT(dataIn.size() % 2 == 0);
+        // What is printed is the expression with the blanks that it has here.
+        // clang-format off
+        ZK_ASSERT(dataIn.size()%2 == 0);
+        // clang-format on
     } else {
         ZK_ASSERT(numChannels == 1);
     }

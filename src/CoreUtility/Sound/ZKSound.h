@@ -21,10 +21,6 @@ constexpr double kRobotSoundGain = 5.0;      // at most, to reach it
 ZK_API bool ZKSoundProcess(std::vector<int16_t>& dataIn, std::vector<unsigned char>& encoded, uint16_t fromRate,
                            uint16_t toRate, uint8_t numChannels);
 
-/** The samples of ZKSoundProcess() before they are encoded. False when the rates cannot be converted. */
-bool ZKSoundPrepare(const std::vector<int16_t>& dataIn, std::vector<int16_t>& prepared, uint16_t fromRate,
-                    uint16_t toRate, uint8_t numChannels);
-
 /**
  * Scales the samples from startIndex on, so that their peak is at targetPeak of full scale, but at most by maxGain.
  * A sample of -32768 does not count as a peak. What goes beyond 16 bits wraps.

@@ -48,7 +48,7 @@ public:
      * Writes one pair of an object: a comma unless it is the first, the key in quotes, a colon and the value. 8-bit
      * integers are written as unsigned numbers, reals with six significant digits, booleans as 1 or 0.
      */
-    template <class Value>
+    template <class Value, class = std::enable_if_t<std::is_arithmetic_v<Value>>>  // a pointer is bytes, const or not
     static void addKeyValuePairToPayload(std::ostream& out, const char* key, Value value, bool isFirst = false)
     {
         ZKHAL::PayloadText text;

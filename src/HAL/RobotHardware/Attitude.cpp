@@ -3,6 +3,8 @@
 #include <cmath>
 #include <initializer_list>
 
+#include "CoreUtility/Clock.h"
+
 namespace HAL {
 
 namespace {

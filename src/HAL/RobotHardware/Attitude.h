@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "CoreUtility/Clock.h"
+#include "CoreUtility/WallTime.h"
 #include "ZKHAL/ZKExport.h"
 
 namespace HAL {

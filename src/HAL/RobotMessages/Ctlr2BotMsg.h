@@ -36,7 +36,7 @@ struct StorageMaps {
 // first asked for, and all others keep what an earlier conversion left in them.
 struct WorkingRecordHeader {
     uint64_t touched;   // the bits of the records that are fresh or belong to this conversion
-    const char* fresh;  // a whole working record as it is before any document
+    const char* fresh;  // a whole working record as it is before any document; null: all zero, as its owner left it
 
     // The record of a row, ready to be written.
     void* touch(const StorageRow& row)
@@ -50,6 +50,9 @@ struct WorkingRecordHeader {
     void refresh(const StorageRow& row)
     {
         touched |= uint64_t{1} << row.bit;
+        if (fresh == nullptr) {
+            return;
+        }
         char* record = reinterpret_cast<char*>(this) + row.offset;
         const char* from = fresh + row.offset;
         const char* const end = from + row.size;
