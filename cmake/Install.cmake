@@ -41,7 +41,8 @@ set(ZKHAL_CXX_HEADERS
   HAL/RobotHardware/robot_hw0_cmd_data.h
   HAL/RobotMessages/CommandRecords.h
   HAL/RobotMessages/Components.h
-  HAL/RobotMessages/Ctlr2BotMsg.h)
+  HAL/RobotMessages/Ctlr2BotMsg.h
+  HAL/RobotMessages/RobotTypes.h)
 if(ZKHAL_SOUND)
   list(APPEND ZKHAL_CXX_HEADERS
     CoreUtility/Sound/NuSoundEncode.h

@@ -11,6 +11,7 @@
 #include "ZKHAL/Translation.h"
 #include "ZKHAL/Translator.h"
 #include "ZKHAL/Utilities.h"
+#include "ZKHAL/Vocabulary.h"
 #include "ZKHAL/ZKComponentId.h"
 #include "ZKHAL/ZKExport.h"
 #include "ZKHAL/ZKRobotType.h"

@@ -6,32 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "HAL/RobotMessages/WireCommands.h"
+#include "Simulator/CommandFields.h"
 #include "ZKHAL/HALPacket.h"
 
 namespace Simulator {
 
-// Some bits of a byte of the command, byte 0 being the command byte.
-struct Piece {
-    uint8_t byte, shift, bits;
-};
-
-enum class Show : uint8_t { Number, EyeLights, Lights, AnimationOrSeven };
-
-// A field of a command, its pieces from the lowest bits up.
-struct FieldLayout {
-    const char* name;  // "" where the command's own name says it
-    const char* unit;  // "" for plain numbers
-    double scale;      // value = raw number * scale
-    bool isSigned;
-    Piece pieces[4];
-    Show show = Show::Number;
-};
-
 struct CommandLayout {
-    int code;
-    int subCode;  // second byte, -1: none
+    const HAL::WireCommand* command;
     size_t size;
-    const char* name;
     const FieldLayout* fields;
     size_t fieldCount;
     uint8_t textAt = 0;  // a name, zero-padded; 0: none
@@ -42,13 +25,13 @@ class RobotCommand {
 public:
     RobotCommand(const CommandLayout& layout, const uint8_t* bytes);
 
-    const char* name() const
+    const HAL::WireCommand& command() const
     {
-        return mLayout->name;
+        return *mLayout->command;
     }
     int code() const
     {
-        return mLayout->code;
+        return command().code;
     }
     size_t size() const
     {
@@ -58,9 +41,9 @@ public:
     {
         return mBytes;
     }
-    // By the names of the layout; 0 for a field that the command does not have.
-    int64_t raw(const char* field) const;
-    double value(const char* field) const;
+    // One of Field's, as the bytes hold it and in its unit; 0 for a field beyond the end of this command.
+    int64_t raw(const FieldLayout& field) const;
+    double value(const FieldLayout& field) const;
     // The name that the command carries, "" if none.
     std::string text() const;
     // In words and units: "wheel speeds: left 10 cm/s, right -10 cm/s".
@@ -68,7 +51,7 @@ public:
 
 private:
     const CommandLayout* mLayout;
-    uint8_t mBytes[HAL_PACKET_SIZE];
+    uint8_t mBytes[HAL_PACKET_SIZE];  // zero behind its end
 };
 
 struct PacketReading {

@@ -1,27 +1,33 @@
-// What tells the four families apart, from the robot's side.
+// What a virtual robot is made with, beside what all tables say of its type.
 #pragma once
 
 #include <cstdint>
 
-#include "ZKHAL/ZKRobotType.h"
+#include "HAL/RobotMessages/RobotTypes.h"
 
 namespace Simulator {
 
 struct RobotModel {
     uint32_t type;
-    uint8_t family;                                         // as advertised
-    const char* name;                                       // as it leaves the factory
-    bool hasWheels;                                         // and a head
-    bool hasCommands;                                       // and sensors; a Rusk has its shell only
-    double lowestPan, highestPan, lowestTilt, highestTilt;  // degrees
-    uint8_t fullBattery;                                    // indicator
+    uint8_t family;    // as advertised
+    const char* name;  // as it leaves the factory
+    bool hasWheels;    // and a head
+    bool hasCommands;  // and sensors; a Rusk has its shell only
+    HAL::HeadRange head;
+    uint8_t fullBattery;  // indicator
 };
 
-constexpr RobotModel kModels[] = {
-    {ZK_ROBOT_ORVIK, 1, "Virtual Orvik", true, true, -120, 120, -24, 7, 28},
-    {ZK_ROBOT_PELL, 2, "Virtual Pell", false, true, 0, 0, 0, 0, 28},
-    {ZK_ROBOT_QUILL, 3, "Virtual Quill", true, true, -133, 133, -24, 13, 3},
-    {ZK_ROBOT_RUSK, 4, "Virtual Rusk", false, false, 0, 0, 0, 0, 2},
+constexpr RobotModel modelOf(const HAL::RobotTypeRow& row, const char* name, uint8_t fullBattery)
+{
+    return {row.type, row.family, name, (row.set & HAL::kWheeledRobots) != 0, (row.set & HAL::kCommandedRobots) != 0,
+            row.head, fullBattery};
+}
+
+inline constexpr RobotModel kModels[] = {
+    modelOf(*HAL::findRobotType(ZK_ROBOT_ORVIK), "Virtual Orvik", 28),
+    modelOf(*HAL::findRobotType(ZK_ROBOT_PELL), "Virtual Pell", 28),
+    modelOf(*HAL::findRobotType(ZK_ROBOT_QUILL), "Virtual Quill", 3),
+    modelOf(*HAL::findRobotType(ZK_ROBOT_RUSK), "Virtual Rusk", 2),
 };
 
 constexpr const RobotModel* findModel(uint32_t type)

@@ -83,6 +83,7 @@ private:
     struct CommandRow;
     friend struct CommandRow;
     static const CommandRow kCommands[];
+    static constexpr bool commandsRunBesideWireCommands();
 
     VirtualRobot(const RobotModel& model, uint64_t seed);
 

@@ -15,5 +15,6 @@ void addDemo(CLI::App& app, int& status);
 void addPuppet(CLI::App& app, int& status);  // record, puppet, animate, replay
 void addSound(CLI::App& app, int& status);   // where the library has ZKHAL_HAS_SOUND
 void addShell(CLI::App& app, int& status);
+void addVocabulary(CLI::App& app, int& status);
 
 }  // namespace zkhal

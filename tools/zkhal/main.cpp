@@ -22,6 +22,7 @@ int main(int argc, char** argv)
     zkhal::addDemo(app, status);
     zkhal::addShell(app, status);
     zkhal::addPuppet(app, status);
+    zkhal::addVocabulary(app, status);
 #if ZKHAL_HAS_SOUND
     zkhal::addSound(app, status);
 #endif

@@ -352,7 +352,7 @@ constexpr ParamRow kSpeakerParams[] = {
     ParamRow(storeMediaName<&HALSpeaker_t::fileName>, ParamKind::Text, "file", "file", "",
              "name of the sound; \"STOPSOUND\" stops it", kMediaNameLimits)
         .absent(kNothing),
-    {storeVolume, ParamKind::Real, "volume", "volume", "", "0 to 1", {kUnit, Beyond::NotSent}},
+    {storeVolume, ParamKind::Real, "volume", "volume", "", "how loud", {kUnit, Beyond::NotSent}},
 };
 constexpr ParamRow kAnimParams[] = {
     ParamRow(storeMediaName<&HALAnim_t::fileName>, ParamKind::Text, "file", "file", "", "name of the animation",
@@ -436,7 +436,7 @@ constexpr ParamRow kLauncherParams[] = {
     ParamRow(storeLimitedLevel<&HALLauncher_t::value>, ParamKind::Level, "cm_s", "power", "", "how hard it launches",
              {kUnit, Beyond::Limited})
         .sharing("dir"),
-    ParamRow(storeDirection, ParamKind::Whole, "dir", "direction", "", "1 or 2", {{1, 2}, Beyond::ReadAs, 2})
+    ParamRow(storeDirection, ParamKind::Whole, "dir", "direction", "", "which way", {{1, 2}, Beyond::ReadAs, 2})
         .sharing("cm_s")
         .absent(kNothing),
 };
@@ -454,9 +454,9 @@ constexpr ParamRow kUserSettingParams[] = {
     whole<&HALUserSetting_t::colorId>("color", "color", kThreeBits, "personality colour").absent(kNothing),
     whole<&HALUserSetting_t::animId>("anim", "animation", kThreeBits, "personality animation").absent(kNothing),
     whole<&HALUserSetting_t::avatarId>("avatar", "avatar", {0, 254}, "picture of the robot").absent(kNothing),
-    real<&HALUserSetting_t::pvolume>("pvolume", "volume", "", {kUnit, Beyond::NotSent}, "personality volume, 0 to 1"),
+    real<&HALUserSetting_t::pvolume>("pvolume", "volume", "", {kUnit, Beyond::NotSent}, "personality volume"),
     real<&HALUserSetting_t::peyebright>("peyebright", "eye_brightness", "", {kUnit, Beyond::NotSent},
-                                        "personality eye brightness, 0 to 1"),
+                                        "personality eye brightness"),
 };
 
 void fillUserSettings(void* record, const nx_json* params, const ParseContext& context)

@@ -3,18 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <type_traits>
 
 #include "CoreUtility/Assertion.h"
-#include "CoreUtility/Clock.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Numbers.h"
-#include "CoreUtility/Text.h"
 #include "HAL/MessagePacketizers/RobotTypeOf.h"
 #include "HAL/MessagePacketizers/SensorLayout.h"
+#include "HAL/MessagePacketizers/SensorMember.h"
 #include "HAL/RobotHardware/Battery.h"
 #include "HAL/RobotHardware/Reflectance.h"
-#include "ZKHAL/Utilities.h"
 #include "ZKHAL/ZKRobotType.h"
 
 namespace HAL {
@@ -26,32 +23,6 @@ using ZKHAL::kTwoPi;
 using ZKHAL::low16;
 using ZKHAL::printOut;
 using Text = ZKHAL::PayloadText;
-
-enum SensorId : uint32_t {
-    kButton0Id = 1000,
-    kHeadPanId = 2000,
-    kHeadTiltId = 2001,
-    kPoseId = 2002,
-    kAccelerometerId = 2003,
-    kGyroId = 2004,
-    kDistanceRightId = 3000,
-    kDistanceLeftId = 3001,
-    kDistanceRearId = 3002,
-    kWheelLeftId = 3003,
-    kWheelRightId = 3004,
-    kMicrophoneId = 3005,
-    kBatteryId = 3006,
-    kBeaconId = 3007,
-    kBeaconV2Id = 3009,
-    kAttitudeId = 3010,
-    kKidnapId = 4001,
-    kStallId = 4002,
-    kSoundId = 4003,
-    kAnimationId = 4006,
-    kRaw0Id = 5101,
-    kRaw1Id = 5102,
-    kPingId = 9000
-};
 
 // ---- Units -----------------------------------------------------------------------------------------------------
 
@@ -69,70 +40,6 @@ constexpr double headDegrees(int raw)
 {
     return raw / 100.0 * 360 / kTwoPi;
 }
-
-// One member of the document: a comma, the component id, and an object of pairs, closed at the end of its life. It is
-// written at a position of its own, which the text takes over once: a report has forty pairs.
-class Member {
-public:
-    Member(Text& out, uint32_t componentId, size_t room = kRoom) : mOut(out), mBegin(out.reserve(room)), mAt(mBegin)
-    {
-        put(",\"");
-        mAt = Text::writeUnsigned(mAt, componentId);
-        put("\":{");
-    }
-    ~Member()
-    {
-        *mAt++ = '}';
-        mOut.grow(static_cast<size_t>(mAt - mBegin));
-    }
-    Member(const Member&) = delete;
-    Member& operator=(const Member&) = delete;
-
-    template <size_t kSize, class Value>
-    void pair(const char (&key)[kSize], Value value)
-    {
-        putKey(key);
-        if constexpr (std::is_floating_point_v<Value>) {
-            mAt = Text::writeReal(mAt, value);
-        } else if constexpr (std::is_same_v<Value, bool>) {
-            *mAt++ = value ? '1' : '0';
-        } else {
-            mAt = Text::writeSigned(mAt, static_cast<int64_t>(value));
-        }
-    }
-    template <size_t kSize>
-    void pair(const char (&key)[kSize], const uint8_t* bytes, size_t count)
-    {
-        putKey(key);
-        mAt = Text::writeBytes(mAt, bytes, count);
-    }
-
-private:
-    static constexpr size_t kRoom = 512;  // six pairs of a long key and a number of any size
-
-    template <size_t kSize>
-    void put(const char (&literal)[kSize])
-    {
-        std::memcpy(mAt, literal, kSize - 1);
-        mAt += kSize - 1;
-    }
-    template <size_t kSize>
-    void putKey(const char (&key)[kSize])
-    {
-        if (!mIsFirst) {
-            *mAt++ = ',';
-        }
-        mIsFirst = false;
-        *mAt++ = '"';
-        put(key);
-        put("\":");
-    }
-
-    Text& mOut;
-    char* mBegin;
-    char* mAt;
-    bool mIsFirst = true;
-};
 
 // What a packet does not have counts as zero.
 void readPacket(const HALPacket_t& packet, uint8_t (&bytes)[HAL_PACKET_SIZE])
@@ -187,7 +94,7 @@ bool PacketizerInteraction::decode(uint32_t robotType, const HALPacket_t* packet
     Report report = {robotType, first[kMicAmplitude]};
 
     out.append('{');
-    addKeyValuePairToPayload(out, "tm", static_cast<uint32_t>(unsigned12(first, kTimestamp)), true);
+    addKeyValuePairToPayload(out, kTimestampValue.key, static_cast<uint32_t>(unsigned12(first, kTimestamp)), true);
     addAccelerometerToPayload(out, gOf(signed12(first, kAccelX)), gOf(signed12(first, kAccelY)),
                               gOf(signed12(first, kAccelZ)));
     addRawSensorDataToPayload(out, kRaw0Id, first, HAL_PACKET_SIZE);
@@ -369,95 +276,98 @@ double PacketizerInteraction::Wheel::distance_cm(int16_t raw)
 
 void PacketizerInteraction::addAccelerometerToPayload(Text& out, double x_g, double y_g, double z_g)
 {
-    Member member(out, kAccelerometerId);
-    member.pair("x", x_g);
-    member.pair("y", y_g);
-    member.pair("z", z_g);
+    SensorMember member(out, kAccelerometerId, kAccelerometerValues);
+    member.add(x_g);
+    member.add(y_g);
+    member.add(z_g);
 }
 
 void PacketizerInteraction::addRawSensorDataToPayload(Text& out, uint32_t componentId, const uint8_t* bytes,
                                                       size_t count)
 {
-    Member member(out, componentId, Text::kMostOfByte * count + 64);
-    member.pair("data", bytes, count);
+    SensorMember member(out, componentId, kRawValues, Text::kMostOfByte * count + 64);
+    member.add(bytes, count);
 }
 
 void PacketizerInteraction::addButtonToPayload(Text& out, uint32_t componentId, bool isPressed)
 {
-    Member member(out, componentId);
-    member.pair("s", isPressed);
+    SensorMember member(out, componentId, kButtonValues);
+    member.add(isPressed);
 }
 
 void PacketizerInteraction::addPingResponseToPayload(Text& out, uint16_t pingId, uint32_t count)
 {
-    Member member(out, kPingId);
-    member.pair("pingID", pingId);
-    member.pair("pingCount", count);
+    SensorMember member(out, kPingId, kPingValues);
+    member.add(pingId);
+    member.add(count);
 }
 
 void PacketizerInteraction::addBeaconToPayload(Text& out, uint16_t left, uint16_t right)
 {
-    Member member(out, kBeaconId);
-    member.pair("dataL", left);
-    member.pair("dataR", right);
+    SensorMember member(out, kBeaconId, kBeaconValues);
+    member.add(left);
+    member.add(right);
 }
 
 void PacketizerInteraction::addBeaconV2ToPayload(Text& out, uint32_t robotType, uint16_t robotId, uint8_t dataType,
                                                  uint8_t dataBits, uint32_t data, const uint8_t (&receivers)[5])
 {
-    Member member(out, kBeaconV2Id);
-    member.pair("rbtType", robotType);
-    member.pair("rbtID", robotId);
-    member.pair("dataType", dataType);
-    member.pair("dataLnBits", dataBits);
-    member.pair("data", data);
-    member.pair("rcvrs", receivers, sizeof receivers);
+    SensorMember member(out, kBeaconV2Id, kBeaconV2Values);
+    member.add(robotType);
+    member.add(robotId);
+    member.add(dataType);
+    member.add(dataBits);
+    member.add(data);
+    member.add(receivers, sizeof receivers);
 }
 
 void PacketizerInteraction::addBatteryToPayload(Text& out, bool isCharging, uint32_t level, uint16_t volts)
 {
-    Member member(out, kBatteryId);
-    member.pair("chg", isCharging);
-    member.pair("level", level);
-    member.pair("volt", volts);
+    SensorMember member(out, kBatteryId, kBatteryValues);
+    member.add(isCharging);
+    member.add(level);
+    member.add(volts);
 }
 
 void PacketizerInteraction::addMicrophoneToPayload(Text& out, uint8_t amplitude, uint8_t confidence,
                                                    int directionDegrees, bool isClap)
 {
     constexpr uint8_t kShownConfidence = 10;
-    Member member(out, kMicrophoneId);
-    member.pair("amp", amplitude / 255.0);
+    SensorMember member(out, kMicrophoneId, kMicrophoneValues);
+    member.add(amplitude / 255.0);
     if (confidence >= kShownConfidence) {
-        member.pair("mictconf", confidence);
-        member.pair("mictdir", directionDegrees / 180.0 * kPi);
+        member.add(confidence);
+        member.add(directionDegrees / 180.0 * kPi);
+    } else {
+        member.leaveOut();
+        member.leaveOut();
     }
-    member.pair("clap", isClap);
+    member.add(isClap);
 }
 
 void PacketizerInteraction::addFlagToPayload(Text& out, uint32_t componentId, bool flag)
 {
-    Member member(out, componentId);
-    member.pair("flag", flag);
+    SensorMember member(out, componentId, kFlagValues);
+    member.add(flag);
 }
 
 void PacketizerInteraction::addGyroToPayload(Text& out, double roll_rad_s, double pitch_rad_s, double yaw_rad_s)
 {
-    Member member(out, kGyroId);
-    member.pair("r", roll_rad_s);
-    member.pair("p", pitch_rad_s);
-    member.pair("y", yaw_rad_s);
+    SensorMember member(out, kGyroId, kGyroValues);
+    member.add(roll_rad_s);
+    member.add(pitch_rad_s);
+    member.add(yaw_rad_s);
 }
 
 void PacketizerInteraction::addAttitudeToPayload(Text& out, const AttitudeEstimate& attitude)
 {
-    Member member(out, kAttitudeId);
-    member.pair("attitudeRoll", 180 * attitude.getRoll() / kPi);
-    member.pair("attitudePitch", 180 * attitude.getPitch() / kPi);
-    member.pair("attitudeSlope", 180 * attitude.getSlope() / kPi);
-    member.pair("rollType", attitude.getRollType());
-    member.pair("pitchType", attitude.getPitchType());
-    member.pair("slopeType", attitude.getSlopeType());
+    SensorMember member(out, kAttitudeId, kAttitudeValues);
+    member.add(180 * attitude.getRoll() / kPi);
+    member.add(180 * attitude.getPitch() / kPi);
+    member.add(180 * attitude.getSlope() / kPi);
+    member.add(attitude.getRollType());
+    member.add(attitude.getPitchType());
+    member.add(attitude.getSlopeType());
 }
 
 void PacketizerInteraction::addDistanceSensorToPayload(Text& out, uint32_t componentId, uint8_t reflectance)
@@ -469,87 +379,33 @@ void PacketizerInteraction::addDistanceSensorToPayload(Text& out, uint32_t compo
     }
     constexpr BRReflectanceModel kModels[] = {BRReflectanceRight, BRReflectanceLeft, BRReflectanceRear};
     const BRReflectanceModel model = kModels[componentId - kDistanceRightId];
-    Member member(out, componentId);
-    member.pair("cm", BRReflectance::instance().distanceForReflectance(model, reflectance));
-    member.pair("refl", reflectance);
+    SensorMember member(out, componentId, kDistanceValues);
+    member.add(BRReflectance::instance().distanceForReflectance(model, reflectance));
+    member.add(reflectance);
 }
 
 void PacketizerInteraction::addWheelInfoToPayload(Text& out, uint32_t componentId, double distance_cm)
 {
-    Member member(out, componentId);
-    member.pair("cm", distance_cm);
+    SensorMember member(out, componentId, kWheelValues);
+    member.add(distance_cm);
 }
 
 void PacketizerInteraction::addHeadAngleToPayload(Text& out, uint32_t componentId, double angleDegrees)
 {
-    Member member(out, componentId);
-    member.pair("degree", angleDegrees);
+    SensorMember member(out, componentId, kHeadPanValues);  // a tilt has the same key
+    member.add(angleDegrees);
 }
 
 void PacketizerInteraction::addBodyPoseToPayload(Text& out, double x_cm, double y_cm, double angleDegrees,
                                                  int watermark)
 {
-    Member member(out, kPoseId);
-    member.pair("x", x_cm);
-    member.pair("y", y_cm);
-    member.pair("degree", angleDegrees);
+    SensorMember member(out, kPoseId, kPoseValues);
+    member.add(x_cm);
+    member.add(y_cm);
+    member.add(angleDegrees);
     if (watermark >= 0) {
-        member.pair("watermark", watermark);
+        member.add(watermark);
     }
-}
-
-double wallSeconds()
-{
-    return BREpoch();
-}
-
-void PacketizerInteraction::initPacketQualityInfo(packetQualityInfo* info)
-{
-    if (info != nullptr) {
-        *info = {wallSeconds(), 0, -1, 0, 0, 0};
-    }
-}
-
-void PacketizerInteraction::analyzeQuality(packetQualityInfo* info, const unsigned char* data, size_t length,
-                                           char* line, size_t lineSize)
-{
-    if (info == nullptr || data == nullptr || length == 0) {
-        return;
-    }
-    info->packetCount += 1;
-    const int32_t sequence = data[0] >> 4;
-    const double t = wallSeconds() - info->startTime;
-    const int32_t last = info->lastSequence;
-    if (last >= 0) {
-        if (sequence < last) {
-            // The step from 15 to 0 loses nothing.
-            info->seriesCount += 1;
-            info->missCount += 15 - last + sequence;
-        } else if (sequence > last) {
-            info->missCount += sequence - last - 1;
-        } else {
-            info->duplicateCount += 1;
-        }
-    }
-    info->lastSequence = sequence;
-    if (line == nullptr) {
-        return;
-    }
-    const auto sum = static_cast<float>(info->packetCount + info->missCount);
-    const float missRate = static_cast<float>(info->missCount) / sum;
-    const float duplicateRate = static_cast<float>(info->duplicateCount) / sum;
-    const float wrongRate = missRate + duplicateRate;
-    std::string bytes;
-    for (size_t i = 0; i < length; ++i) {
-        bytes += ZKHAL::formatted("%c%02x", i == 0 ? ' ' : ',', data[i]);
-    }
-    const std::string text = ZKHAL::formatted(
-        "t:%3.3f seqNum:%2d seriesCount:%4d packetCount:%6d packetMissCount:%4d missRate:%0.2f%% dupeCount:%4d "
-        "dupeRate:%0.2f%% wrongRate:%0.2f%% data:%s\n",
-        t, sequence, info->seriesCount, info->packetCount, info->missCount, 100 * static_cast<double>(missRate),
-        info->duplicateCount, 100 * static_cast<double>(duplicateRate), 100 * static_cast<double>(wrongRate),
-        bytes.c_str());
-    ZKHAL::copyToBuffer(line, lineSize, text.data(), text.size());
 }
 
 }  // namespace HAL

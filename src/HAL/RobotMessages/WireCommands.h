@@ -2,6 +2,7 @@
 // its fields lie is Simulator/CommandFields.h's, how they are made the encoder's.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -102,12 +103,31 @@ inline constexpr WireCommand kWireCommands[] = {
 };
 constexpr size_t kWireCommandCount = sizeof kWireCommands / sizeof kWireCommands[0];
 
+namespace detail {
+
+// The first row of each command byte.
+constexpr std::array<int8_t, 256> firstRowOfCode()
+{
+    std::array<int8_t, 256> rows{};
+    for (int8_t& row : rows) {
+        row = -1;
+    }
+    for (size_t i = kWireCommandCount; i-- > 0;) {
+        rows[kWireCommands[i].code] = static_cast<int8_t>(i);
+    }
+    return rows;
+}
+inline constexpr std::array<int8_t, 256> kFirstRowOfCode = firstRowOfCode();
+
+}  // namespace detail
+
 /** The row of a command byte and, where the command has one, its sub-command; -1 if there is none. */
 constexpr int wireCommandIndex(uint8_t code, int subCode = kNoSubCode)
 {
-    for (size_t i = 0; i < kWireCommandCount; ++i) {
-        if (kWireCommands[i].code == code &&
-            (kWireCommands[i].subCode == kNoSubCode || kWireCommands[i].subCode == subCode)) {
+    const int first = detail::kFirstRowOfCode[code];
+    for (auto i = static_cast<size_t>(first); first >= 0 && i < kWireCommandCount && kWireCommands[i].code == code;
+         ++i) {
+        if (kWireCommands[i].subCode == kNoSubCode || kWireCommands[i].subCode == subCode) {
             return static_cast<int>(i);
         }
     }
