@@ -75,6 +75,31 @@ protected:
     std::unique_ptr<VirtualRobot> robot;
 };
 
+// What each family obeys is what it has: a Pell shows the lights of a combined state, and lets light messages be.
+TEST_F(SimulatorTest, RobotsObeyWhatTheyHave)
+{
+    const std::string combined = R"({"211":{"left_cm_s":10,"right_cm_s":10},"104":{"r":1},"102":{"g":1},"103":{"b":1},
+        "202":{"degree":5},"203":{"degree":5},"100":{"index":[1]}})";
+    const auto pell = VirtualRobot::create(ZK_ROBOT_PELL, 1);
+    send(*pell, combined, ZK_ROBOT_ORVIK);
+    send(*pell, R"({"410":{"message":5}})", ZK_ROBOT_ORVIK);
+    EXPECT_EQ(pell->state().light104.red, 255);
+    EXPECT_EQ(pell->state().eyeLights, 1);
+    EXPECT_EQ(pell->state().lightMessage, 0);
+    EXPECT_FALSE(pell->state().isDriving);
+    EXPECT_EQ(pell->state().commandsDone, 1u);
+    EXPECT_EQ(pell->state().commandsIgnored, 2u);
+    command(combined);
+    command(R"({"410":{"message":5}})");
+    EXPECT_TRUE(robot->state().isDriving);
+    EXPECT_EQ(robot->state().lightMessage, 5);
+    EXPECT_EQ(robot->state().commandsIgnored, 0u);
+    const auto orvik = VirtualRobot::create(ZK_ROBOT_ORVIK, 1);
+    send(*orvik, R"({"450":{"id":20},"107":{"r":1}})", ZK_ROBOT_QUILL);  // a Quill's
+    send(*orvik, R"({"5000":{"avatar":1}})", ZK_ROBOT_QUILL);
+    EXPECT_EQ(orvik->state().commandsIgnored, 3u);
+}
+
 TEST_F(SimulatorTest, SineAndCosine)
 {
     for (int i = -100000; i <= 100000; ++i) {

@@ -1,6 +1,7 @@
 // What a virtual robot is made with, beside what all tables say of its type.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "HAL/RobotMessages/RobotTypes.h"
@@ -29,6 +30,19 @@ inline constexpr RobotModel kModels[] = {
     modelOf(*HAL::findRobotType(ZK_ROBOT_QUILL), "Virtual Quill", 3),
     modelOf(*HAL::findRobotType(ZK_ROBOT_RUSK), "Virtual Rusk", 2),
 };
+
+constexpr bool everyRobotHasAModel()
+{
+    size_t models = 0;
+    for (const HAL::RobotTypeRow& row : HAL::kRobotTypes) {
+        for (const RobotModel& model : kModels) {
+            models += !row.isBootloader && model.type == row.type ? 1u : 0u;
+        }
+        models += row.isBootloader ? 1u : 0u;
+    }
+    return models == sizeof HAL::kRobotTypes / sizeof HAL::kRobotTypes[0];
+}
+static_assert(everyRobotHasAModel(), "a new robot type wants a virtual robot");
 
 constexpr const RobotModel* findModel(uint32_t type)
 {
