@@ -428,4 +428,48 @@ TEST_F(EngineTest, AnotherTimerManagerDoesNotMeddle)
     EXPECT_EQ(host.take(), "b > three: its time-out went with its manager\n");
 }
 
+// Browsers give a page no advertisement: the type alone decides the shell's frame, the characteristics and the mode.
+TEST_F(EngineTest, ARobotIsAddedWithoutAScan)
+{
+    struct AddCase {
+        uint32_t type;
+        char data[2];  // what such a robot advertises, at least
+    };
+    constexpr AddCase kCases[] = {{1001, {3, 1}}, {1002, {3, 2}}, {1003, {3, 3}}, {1004, {1, 4}},
+                                  {2001, {1, 1}}, {2002, {1, 2}}, {2003, {1, 3}}, {2004, {0, 4}}};
+    for (const AddCase& c : kCases) {
+        ASSERT_TRUE(ZKAddRobot("added", c.type)) << c.type;
+        ZKProcessScan("scanned", c.data, sizeof c.data, nullptr, 0);
+        ZKRobotInfo added = {}, scanned = {};
+        added.size = scanned.size = sizeof added;
+        ASSERT_TRUE(ZKGetRobotInfo("added", &added) && ZKGetRobotInfo("scanned", &scanned));
+        EXPECT_EQ(added.type, c.type);
+        EXPECT_FALSE(added.hasReport);
+        added.hasReport = true;
+        EXPECT_EQ(std::memcmp(&added, &scanned, sizeof added), 0) << c.type;
+        EXPECT_EQ(ZKPendingShellCommandCount("added"), 0);
+        Host::forgetAll();
+    }
+    for (const uint32_t type : {0u, 1000u, 1005u, 2005u}) {
+        EXPECT_FALSE(ZKAddRobot("added", type));
+        EXPECT_FALSE(ZKIsKnownRobot("added"));
+    }
+    EXPECT_FALSE(ZKAddRobot("", 1001));
+    EXPECT_FALSE(ZKAddRobot(nullptr, 1001));
+    // A known one keeps what it is and what it has queued.
+    Host::scan("known", 4);
+    Host::enqueue("known", "poke");
+    EXPECT_TRUE(ZKAddRobot("known", 1001));
+    EXPECT_EQ(ZKPendingShellCommandCount("known"), 1);
+    ZKRobotInfo info = {};
+    info.size = sizeof info;
+    ZKGetRobotInfo("known", &info);
+    EXPECT_TRUE(info.type == 1004 && info.hasReport);
+    // And an added one is told by its first scan.
+    ZKAddRobot("added", 1004);
+    Host::scan("added", 3);
+    ZKGetRobotInfo("added", &info);
+    EXPECT_TRUE(info.type == 1003 && info.hasReport);
+}
+
 }  // namespace

@@ -5,8 +5,8 @@
  * - All calls come from one thread, ZKTick() included, and the callbacks are made on it. Every function may be called
  *   from inside every callback.
  * - robotId is the host's own id of a robot, any text. Null counts as empty, and no robot has an empty id.
- * - A function that is marked "known robots only" stops the process for a robot that was never scanned (or has been
- *   forgotten): ZKIsKnownRobot() tells.
+ * - A function that is marked "known robots only" stops the process for a robot that was never scanned or added (or has
+ *   been forgotten): ZKIsKnownRobot() tells.
  * - Everything that is passed in is copied or only read. Other arguments may be null, which means none.
  * - Channels are the UUIDs of characteristics; they compare without regard to case.
  */
@@ -44,6 +44,15 @@ ZK_EXTERN_C_BEGIN
  */
 ZK_API void ZKProcessScan(const char* robotId, const char* data, size_t dataLength, const char* name,
                           size_t nameLength);
+
+/**
+ * Makes a robot known without an advertisement, for hosts that are given none (browsers keep them from a page): as
+ * after the scan of a robot of this type that advertises its family, its mode, and zeros. What is then read back of it
+ * is made up, and `hasReport` of ZKRobotInfo stays false until a report is scanned. A robot that is known is left as it
+ * is. robotType   1001 to 1004, or 2001 to 2004 for their bootloaders Returns whether the robot is known now: false for
+ * any other type, and for an empty id.
+ */
+ZK_API bool ZKAddRobot(const char* robotId, uint32_t robotType);
 
 /** Whether the library knows every one of these characteristics in the robot's advertised mode; true for none at all.
  * Known robots only. */
@@ -96,7 +105,7 @@ ZK_API ZKTimerManager* ZKGetTimerManager(void);
 
 /* Reading back. */
 
-/** Whether the robot has been scanned, so that the functions for known robots may be called. */
+/** Whether the robot has been scanned or added, so that the functions for known robots may be called. */
 ZK_API bool ZKIsKnownRobot(const char* robotId);
 
 /** Whether ZKReceivedData() takes notifications of this characteristic. */
@@ -119,7 +128,7 @@ typedef struct ZKRobotInfo {
     bool isButtonPressed;
     bool isCharging;
     bool hasBackupImage;        /* Rusk */
-    uint32_t type;              /* code of ZKHAL/ZKRobotType.h; 0 without a report */
+    uint32_t type;              /* code of ZKHAL/ZKRobotType.h; 0 when neither a report nor ZKAddRobot() told */
     uint32_t mode;              /* 1 bootloader, 3 application */
     uint32_t batteryLevel;      /* as the robot's family counts; 9999 unknown */
     uint32_t chargeMode;        /* 0 not charging, 1 charging, Quill also 2; 9999 unknown */

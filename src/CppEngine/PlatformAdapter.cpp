@@ -14,6 +14,7 @@
 #include "CppEngine/EngineCall.h"
 #include "CppEngine/Robot.h"
 #include "CppEngine/TimerManager.h"
+#include "HAL/RobotMessages/RobotTypes.h"
 
 namespace {
 
@@ -44,12 +45,13 @@ std::set<const char*> setOf(const char** texts, size_t count)
     return texts != nullptr ? std::set<const char*>(texts, texts + count) : std::set<const char*>();
 }
 
-ZKRobotInfo infoOf(const Kestrel::AdvertisementData& advertised)
+ZKRobotInfo infoOf(const Robot& robot)
 {
     using namespace Kestrel;
+    const AdvertisementData& advertised = robot.advertisement();
     ZKRobotInfo info = {};
     info.known = true;
-    info.hasReport = advertised.robotType != 0;
+    info.hasReport = robot.hasReport();
     info.hasCrashDumps = advertised.flagA;
     info.isButtonPressed = advertised.flagB;
     info.isCharging = advertised.isCharging;
@@ -78,6 +80,21 @@ ZKRobotInfo infoOf(const Kestrel::AdvertisementData& advertised)
     return info;
 }
 
+// Made when it is new. Without an id nothing can ever ask for it: it goes with the end of the call.
+Robot* knownRobot(const char* robotId)
+{
+    Robot* robot = Kestrel::robotById(robotId);
+    if (robot == nullptr) {
+        auto fresh = std::make_shared<Robot>(robotId);
+        robot = fresh.get();
+        if (robot->uuId()[0] != '\0') {
+            gKnownRobots().emplace(robot->uuId(), fresh);
+        }
+        Kestrel::EngineCall::keepUntilIdle(std::move(fresh));
+    }
+    return robot;
+}
+
 }  // namespace
 
 Robot* Kestrel::robotById(const char* id)
@@ -91,18 +108,23 @@ void ZKProcessScan(const char* robotId, const char* data, size_t dataLength, con
 {
     ZKHAL::guarded(__func__, [&] {
         const Kestrel::EngineCall call;
-        Robot* robot = Kestrel::robotById(robotId);
-        if (robot == nullptr) {
-            auto fresh = std::make_shared<Robot>(robotId);
-            robot = fresh.get();
-            if (robot->uuId()[0] != '\0') {
-                gKnownRobots().emplace(robot->uuId(), fresh);
-            }
-            // Without an id nothing can ever ask for it: it goes with the end of the call.
-            Kestrel::EngineCall::keepUntilIdle(std::move(fresh));
-        }
-        robot->processScan(data, dataLength, name, nameLength);
+        knownRobot(robotId)->processScan(data, dataLength, name, nameLength);
     });
+}
+
+bool ZKAddRobot(const char* robotId, uint32_t robotType)
+{
+    bool isKnown = false;
+    ZKHAL::guarded(__func__, [&] {
+        const Kestrel::EngineCall call;
+        isKnown = Kestrel::robotById(robotId) != nullptr;
+        const HAL::RobotTypeRow* type = HAL::findRobotType(robotType);
+        if (!isKnown && type != nullptr && ZKHAL::orEmpty(robotId)[0] != '\0') {
+            knownRobot(robotId)->assume(*type);
+            isKnown = true;
+        }
+    });
+    return isKnown;
 }
 
 bool ZKValidateChannels(const char* robotId, const char** channels, size_t count)
@@ -172,7 +194,7 @@ bool ZKGetRobotInfo(const char* robotId, ZKRobotInfo* info)
 {
     const Robot* const robot = Kestrel::robotById(robotId);
     if (info != nullptr && info->size > sizeof info->size) {
-        ZKRobotInfo full = robot != nullptr ? infoOf(robot->advertisement()) : ZKRobotInfo{};
+        ZKRobotInfo full = robot != nullptr ? infoOf(*robot) : ZKRobotInfo{};
         full.size = info->size < sizeof full ? info->size : sizeof full;
         std::memcpy(info, &full, full.size);
     }

@@ -10,6 +10,7 @@
 #include "CppEngine/RobotActionManagerShell.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "ZKHAL/HostCallbacks.h"
+#include "ZKHAL/ZKRobotType.h"
 
 namespace Kestrel {
 
@@ -116,10 +117,24 @@ void Robot::_releaseReplacedManagers()
 void Robot::processScan(const char* data, size_t dataLength, const char* name, size_t nameLength)
 {
     const EngineCall call;
-    if (!mAdvertisement.parse(data, dataLength, name, nameLength)) {
+    if (mAdvertisement.parse(data, dataLength, name, nameLength)) {
+        mHasReport = true;
+    } else {
         const std::string message = mAdvertisement.parseErrorMessage();
         ZKLogE("%s", message.c_str());
     }
+    initialize();
+}
+
+void Robot::assume(const HAL::RobotTypeRow& type)
+{
+    const EngineCall call;
+    const bool isRusk = type.type == ZK_ROBOT_RUSK || type.type == ZK_ROBOT_RUSK_BOOTLOADER;
+    const uint32_t mode = isRusk              ? (type.isBootloader ? 0u : 1u)
+                          : type.isBootloader ? kModeBootloader
+                                              : kModeApplication;
+    const char data[] = {static_cast<char>(mode), static_cast<char>(type.family)};
+    mAdvertisement.parse(data, sizeof data, nullptr, 0);
     initialize();
 }
 

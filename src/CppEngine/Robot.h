@@ -11,6 +11,7 @@
 #include "CppEngine/ActionHost.h"
 #include "CppEngine/AdvertisementData.h"
 #include "CppEngine/Channels.h"
+#include "HAL/RobotMessages/RobotTypes.h"
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/ZKExport.h"
 
@@ -41,6 +42,13 @@ public:
     void initialize();
     /** See AdvertisementData::parse(); a failure is logged, and the fields stay. Then initialize(), in any case. */
     void processScan(const char* data, size_t dataLength, const char* name, size_t nameLength);
+    /** The same for a report of its family, its mode and zeros, which does not count as one. */
+    void assume(const HAL::RobotTypeRow& type);
+    /** Whether a report could be read. */
+    bool hasReport() const
+    {
+        return mHasReport;
+    }
 
     /** Whether every characteristic belongs to the advertised mode. Missing ones do not matter. */
     bool validateChannels(const std::set<const char*>& channels) const;
@@ -72,6 +80,7 @@ private:
     std::string mId;
     std::shared_ptr<RobotActionManagerShell> mShellManager;
     AdvertisementData mAdvertisement;
+    bool mHasReport = false;
     // Those that may still act. One whose timer manager has gone tells nobody: all are looked through now and then.
     std::unordered_map<const RobotActionManagerAbstract*, std::shared_ptr<RobotActionManagerShell>> mReplacedManagers;
     size_t mLookThroughAt = 0;
