@@ -1,11 +1,11 @@
 #include "Simulator/Link.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <utility>
 
 #include "CoreUtility/Numbers.h"
+#include "CoreUtility/ReadReal.h"
 
 namespace Simulator {
 
@@ -52,13 +52,13 @@ std::optional<Faults> parseFaults(const std::string& text, std::string& problem)
             }
             return std::nullopt;
         }
-        const char* const begin = item.data() + std::min(equals + 1, item.size());
-        double& chance = faults.*row->chance;
-        const auto [stop, error] = std::from_chars(begin, item.data() + item.size(), chance);
-        if (error != std::errc() || stop != item.data() + item.size() || !(chance >= 0 && chance <= 1)) {
+        const char* const begin = item.c_str() + std::min(equals + 1, item.size());
+        const auto [stop, chance] = ZKHAL::readReal(begin);
+        if (stop == begin || stop != item.c_str() + item.size() || !(chance >= 0 && chance <= 1)) {
             problem = name + " wants a chance from 0 to 1, as in " + name + "=0.05";
             return std::nullopt;
         }
+        faults.*row->chance = chance;
     }
     return faults;
 }
