@@ -14,6 +14,7 @@ install(DIRECTORY include/ZKHAL ${PROJECT_BINARY_DIR}/include/ZKHAL DESTINATION 
 set(ZKHAL_CXX_HEADERS
   CoreUtility/BotMessengerBuffer.h
   CoreUtility/Command/BotMessengerBuffer.h
+  CoreUtility/Bits.h
   CoreUtility/ByteOrder.h
   CoreUtility/Clock.h
   CoreUtility/PayloadText.h
