@@ -15,6 +15,7 @@
 #include "CppEngine/Robot.h"
 #include "Simulator/AnimationReader.h"
 #include "Simulator/VirtualRobot.h"
+#include "support/DeathTests.h"
 #include "support/Support.h"
 
 namespace {
@@ -349,7 +350,7 @@ TEST_F(PuppetTest, TheCheckSaysWhichFrameAndWhy)
     const char kFatal[] = R"({"data":[{"duration":0.1,"commands":{"100":{"index":{"13":1}}}}]})";
     EXPECT_EQ(ZKCheckAnimationDocument(kFatal, ZK_ROBOT_ORVIK, message, sizeof message), ZK_CHECK_REFUSED);
     EXPECT_STREQ(message, "1:54: refused: frame 1: \"13\": the eye ring has lights 1 to 12");
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    support::useSafeDeathTests();
     EXPECT_DEATH(ZKPuppetCore_convertANByteCount(kFatal, ZK_ROBOT_ORVIK), "ledNum <= _ZK_EYE_LED_COUNT");
     EXPECT_DEATH(ZKMath_RotatePoint(nullptr, nullptr, 0, 0, 0), "Assertion failed");
     double x = 0, y = 0;

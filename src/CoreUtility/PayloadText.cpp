@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "CoreUtility/BigNumber.h"
+#include "CoreUtility/Compiler.h"
 #include "CoreUtility/ReadReal.h"
 
 namespace ZKHAL {
@@ -43,7 +44,7 @@ constexpr uint64_t kLeastExponent = constantBits(1e-4) >> kMantissaBits,
 constexpr auto kDecades = [] {
     std::array<Decade, kMostExponent - kLeastExponent + 1> decades{};
     size_t next = 0;
-    for (uint64_t i = 0; i < decades.size(); ++i) {
+    for (size_t i = 0; i < decades.size(); ++i) {
         const uint64_t low = (kLeastExponent + i) << kMantissaBits;
         while (constantBits(kTens[next]) <= low) {
             ++next;
@@ -146,7 +147,7 @@ std::optional<uint32_t> roundToNearDecade(double value, int decade)
 }
 
 // Any positive value that is a number.
-char* writeAny(char* out, double value)
+ZK_RARE char* writeAny(char* out, double value)
 {
     // From the binary exponent, where it decides; of two decades the higher one is found by what comes out.
     const auto exponent = static_cast<int>(bitsOf(value) >> kMantissaBits) - 1023;

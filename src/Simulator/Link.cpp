@@ -105,11 +105,11 @@ void Link::send(Way& way, int64_t& lastDue_ns, Packet packet)
         return;
     }
     if (!packet.data.empty() && happens(mFaults.corrupt)) {
-        const uint64_t bit = mRandom.below(packet.data.size() * 8);
+        const auto bit = static_cast<size_t>(mRandom.below(packet.data.size() * 8));
         packet.data[bit / 8] = static_cast<char>(packet.data[bit / 8] ^ (1 << bit % 8));
     }
     if (!packet.data.empty() && happens(mFaults.truncate)) {
-        packet.data.resize(mRandom.below(packet.data.size()));
+        packet.data.resize(static_cast<size_t>(mRandom.below(packet.data.size())));
     }
     const double delay = happens(mFaults.delay) ? mRandom.unit() * kLongestDelay : 0;
     int64_t due_ns = lastDue_ns = std::max(mNow_ns + nanoseconds(delay), lastDue_ns);
