@@ -65,6 +65,17 @@ std::string convert(const std::string& json, unsigned robotType = ZK_ROBOT_ORVIK
     return hex(bytes.data(), bytes.size());
 }
 
+TEST_F(PuppetTest, MembersOnAStream)
+{
+    std::ostringstream out;
+    Internal::setupOSS(out);
+    Internal::appendKVPairNum(out, "", "frame", 1234567);
+    Internal::appendKVPairNum(out, ",", "duration", 0.033f);
+    Internal::appendKVPairObj(out, ",", "commands", "{}");
+    out << ' ' << 1.0;
+    EXPECT_EQ(out.str(), R"("frame":1234567,"duration":0.0330,"commands":{} 1.0000)");
+}
+
 TEST_F(PuppetTest, WhatFitsIntoWhichBuffer)
 {
     record(0);
