@@ -1,12 +1,60 @@
 #include "CoreUtility/Json/nx_json.h"
 
+#include <new>
+
+#include "CoreUtility/Assertion.h"
+#include "CoreUtility/Json/JsonParser.h"
 #include "CoreUtility/Text.h"
 
 namespace {
 
+// Nodes allocated one by one, for trees that their owner releases with nx_json_free().
+class HeapNodes {
+public:
+    static constexpr bool kTextIsPadded = false;
+
+    ZKHAL::NodeBlock nextBlock()
+    {
+        nx_json* js = new (std::nothrow) nx_json;
+        ZK_ASSERT(js);
+        mLast = js;
+        return {js, js + 1};
+    }
+    void giveBack(ZKHAL::NodeBlock rest)
+    {
+        if (rest.next != rest.end) {
+            delete mLast;
+        }
+    }
+
+private:
+    nx_json* mLast = nullptr;
+};
+
 const nx_json kNothing = {NX_JSON_NULL, nullptr, nullptr, 0, 0.0, 0, nullptr, nullptr, nullptr};
 
 }  // namespace
+
+const nx_json* nx_json_parse(char* text, nx_json_unicode_encoder encoder)
+{
+    char empty[1] = "";
+    HeapNodes nodes;
+    ZKHAL::JsonError error;
+    ZKHAL::JsonParser<HeapNodes> parser(nodes, encoder, error);
+    const char* end = nullptr;
+    nx_json* root = parser.parse(text != nullptr ? text : empty, end);
+    if (error.reason != nullptr) {
+        nx_json_free(root);
+        error.print();
+        return nullptr;
+    }
+    return root;
+}
+
+const nx_json* nx_json_parse_utf8(char* text)
+{
+    return nx_json_parse(text, ZKHAL::dropCodePoint);
+}
 
 int unicode_to_utf8(unsigned codePoint, char* output, char** newOutput)
 {
