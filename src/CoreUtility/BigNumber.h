@@ -139,7 +139,8 @@ inline uint64_t roundedQuotient(BigNumber& numerator, const BigNumber& denominat
         numerator.shiftLeft(1);
     }
     const int aboveHalf = numerator.compare(denominator);
-    return quotient + (aboveHalf > 0 || (aboveHalf == 0 && quotient % 2 != 0) ? 1 : 0);
+    const bool up = aboveHalf > 0 || (aboveHalf == 0 && quotient % 2 != 0);
+    return up ? quotient + 1 : quotient;
 }
 
 }  // namespace ZKHAL

@@ -264,7 +264,9 @@ char* PayloadText::writeFixed(char* out, float value)
         const uint64_t half = uint64_t{1} << (shift - 1);
         const uint64_t rest = scaled & (2 * half - 1);
         uint64_t rounded = scaled >> shift;
-        rounded += rest > half || (rest == half && rounded % 2 != 0) ? 1 : 0;
+        if (rest > half || (rest == half && rounded % 2 != 0)) {
+            ++rounded;
+        }
         fraction = static_cast<uint32_t>(rounded % kTenThousand);
         out = writeUnsigned(out, rounded / kTenThousand);
     }

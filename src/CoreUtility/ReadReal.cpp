@@ -199,7 +199,7 @@ ReadReal readHexadecimalReal(const char* text)
             if (significand < kRoom) {
                 significand = significand * 16 + static_cast<uint64_t>(digit);
             } else {
-                significand |= digit != 0 ? 1 : 0;  // far below what is rounded, but not nothing
+                significand |= static_cast<uint64_t>(digit != 0);  // far below what is rounded, but not nothing
                 exponent += 4;
             }
         }
