@@ -14,6 +14,7 @@ install(DIRECTORY include/ZKHAL ${PROJECT_BINARY_DIR}/include/ZKHAL DESTINATION 
 set(ZKHAL_CXX_HEADERS
   CoreUtility/BotMessengerBuffer.h
   CoreUtility/Command/BotMessengerBuffer.h
+  CoreUtility/Bits.h
   CoreUtility/ByteOrder.h
   CoreUtility/PayloadText.h
   CoreUtility/Puppet/PuppetRecord.h
@@ -77,15 +78,19 @@ install(FILES ${PROJECT_BINARY_DIR}/ZKHALConfig.cmake ${PROJECT_BINARY_DIR}/ZKHA
   DESTINATION ${ZKHAL_CMAKE_DIR})
 
 # What a static library leaves to the program that links it.
-if(BUILD_SHARED_LIBS)
-  set(ZKHAL_PC_LIBS "")
-  set(ZKHAL_PC_REQUIRES "")
-else()
+set(ZKHAL_PC_LIBS "")
+set(ZKHAL_PC_REQUIRES "")
+set(ZKHAL_PC_CFLAGS "")
+if(BUILD_SHARED_LIBS AND WIN32)
+  set(ZKHAL_PC_CFLAGS "-DZKHAL_DLL")
+elseif(NOT BUILD_SHARED_LIBS)
   set(ZKHAL_PC_LIBS "-lstdc++ -lm")
   if(ZKHAL_SOUND)
     string(PREPEND ZKHAL_PC_LIBS "-lfaac ")
   endif()
-  set(ZKHAL_PC_REQUIRES "libcrypto")
+  if(ZKHAL_HAS_MD5)
+    set(ZKHAL_PC_REQUIRES "libcrypto")
+  endif()
 endif()
 configure_file(cmake/zkhal.pc.in zkhal.pc @ONLY)
 if(ZKHAL_SIMULATOR)

@@ -10,6 +10,7 @@
 #include "HAL/RobotHardware/Attitude.h"
 #include "HAL/RobotHardware/Reflectance.h"
 #include "HAL/RobotHardware/RobotHW.h"
+#include "support/DeathTests.h"
 #include "support/Support.h"
 
 namespace {
@@ -182,7 +183,7 @@ TEST(DescriptionTest, CharacteristicsAndLanguages)
 
 TEST(DescriptionDeathTest, AnUnknownModeHasNoCharacteristics)
 {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    support::useSafeDeathTests();
     HAL::RobotHW robot;
     const char data[] = {2, 1};
     robot.ParseAdvertisementData(data, 2, "", 0);
@@ -289,7 +290,7 @@ TEST(DescriptionTest, Reflectance)
 
 TEST(DescriptionDeathTest, DistancesMayNotGrowWithReflectance)
 {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    support::useSafeDeathTests();
     BRReflectance model;
     EXPECT_DEATH(model.addSampleToModel(BRReflectanceLeft, 5, 1), "newSample.distanceValue >= itr->distanceValue");
     EXPECT_DEATH(model.addSampleToModel(BRReflectanceLeft, 12, 40), "newSample.distanceValue <= \\(itr - 1\\)");

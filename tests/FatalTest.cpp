@@ -7,6 +7,7 @@
 #include "CoreUtility/Command/BotMessengerBuffer.h"
 #include "CppEngine/Robot.h"
 #include "CppEngine/RobotActionManagerShell.h"
+#include "support/DeathTests.h"
 #include "ZKHAL/ZKHAL.h"
 
 namespace {
@@ -18,7 +19,7 @@ using FatalDeathTest = ::testing::Test;
 
 TEST(FatalDeathTest, DocumentsThatEndTheProcess)
 {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    support::useSafeDeathTests();
     const auto send = [](const char* json, uint32_t robotType) {
         HAL::RobotHW robot;
         robot._setRobotType(robotType);
@@ -37,7 +38,7 @@ TEST(FatalDeathTest, DocumentsThatEndTheProcess)
 
 TEST(FatalDeathTest, EngineCallsThatEndTheProcess)
 {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    support::useSafeDeathTests();
     const char kUnknown[] = "Assertion failed: \\(robot != NULL\\), function ZK";
     EXPECT_DEATH(ZKEnqueueShellCommand("x", "poke", 1), kUnknown);
     EXPECT_DEATH(ZKHandleDisconnect(nullptr), kUnknown);
@@ -70,7 +71,7 @@ TEST(FatalDeathTest, EngineCallsThatEndTheProcess)
 
 TEST(FatalDeathTest, AHandlerRunsBeforeTheEnd)
 {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    support::useSafeDeathTests();
     ZKSetAssertionHandler([](const char* condition, const char*, const char*, int) {
         std::fprintf(stderr, "handled %s\n", condition);
         std::_Exit(77);

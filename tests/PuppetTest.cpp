@@ -15,6 +15,7 @@
 #include "CppEngine/Robot.h"
 #include "Simulator/AnimationReader.h"
 #include "Simulator/VirtualRobot.h"
+#include "support/DeathTests.h"
 #include "support/Support.h"
 
 namespace {
@@ -62,6 +63,17 @@ std::string convert(const std::string& json, unsigned robotType = ZK_ROBOT_ORVIK
     std::vector<uint8_t> bytes(ZKPuppetCore_convertANByteCount(json.c_str(), robotType));
     EXPECT_TRUE(ZKPuppetCore_convertAN(json.c_str(), robotType, bytes.data(), bytes.size()));
     return hex(bytes.data(), bytes.size());
+}
+
+TEST_F(PuppetTest, MembersOnAStream)
+{
+    std::ostringstream out;
+    Internal::setupOSS(out);
+    Internal::appendKVPairNum(out, "", "frame", 1234567);
+    Internal::appendKVPairNum(out, ",", "duration", 0.033f);
+    Internal::appendKVPairObj(out, ",", "commands", "{}");
+    out << ' ' << 1.0;
+    EXPECT_EQ(out.str(), R"("frame":1234567,"duration":0.0330,"commands":{} 1.0000)");
 }
 
 TEST_F(PuppetTest, WhatFitsIntoWhichBuffer)
@@ -379,7 +391,7 @@ TEST_F(PuppetTest, TheCheckSaysWhichFrameAndWhy)
     const char kFatal[] = R"({"data":[{"duration":0.1,"commands":{"100":{"index":{"13":1}}}}]})";
     EXPECT_EQ(ZKCheckAnimationDocument(kFatal, ZK_ROBOT_ORVIK, message, sizeof message), ZK_CHECK_REFUSED);
     EXPECT_STREQ(message, "1:54: refused: frame 1: \"13\": the eye ring has lights 1 to 12");
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    support::useSafeDeathTests();
     EXPECT_DEATH(ZKPuppetCore_convertANByteCount(kFatal, ZK_ROBOT_ORVIK), "ledNum <= _ZK_EYE_LED_COUNT");
     EXPECT_DEATH(ZKMath_RotatePoint(nullptr, nullptr, 0, 0, 0), "Assertion failed");
     double x = 0, y = 0;

@@ -2,11 +2,13 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "CoreUtility/PayloadText.h"
 #include "HAL/MessagePacketizers/PacketizerInteraction.h"
+#include "HAL/MessagePacketizers/PacketizerShell.h"
 #include "HAL/RobotHardware/RobotHW.h"
 #include "support/Support.h"
 
@@ -350,30 +352,6 @@ TEST_F(SensorTest, TheLongestReportFits)
     EXPECT_LT(decode({longest, second}).size(), size_t{ZK_MAX_REPORT_SIZE} / 2);
 }
 
-TEST_F(SensorTest, SixDigitsAsPrintfWritesThem)
-{
-    const auto written = [](double value) {
-        ZKHAL::PayloadText text;
-        text.appendReal(value);
-        return std::string(text.data(), text.length());
-    };
-    char expected[40];
-    support::Random random(11);
-    for (int i = 0; i < 300000; ++i) {
-        double value = random.real(-1, 1) * std::pow(10, random.below(12) - 5);
-        if (i % 4 == 0) {
-            value = (random.below(2000000) - 1000000) / 10.0 / std::pow(10, random.below(6));  // many ties
-        }
-        std::snprintf(expected, sizeof expected, "%g", value);
-        ASSERT_EQ(written(value), expected) << i;
-    }
-    for (const double value : {0.0, -0.0, 999999.5, 999999.4, 1e6, 0.0001, 0.00009999995, 9.999995, 99999.95, 1e300,
-                               5e-324, HUGE_VAL, -HUGE_VAL, std::nan(""), 100000.5, 123456.5, 0.5, 2.5}) {
-        std::snprintf(expected, sizeof expected, "%g", value);
-        EXPECT_EQ(written(value), expected);
-    }
-}
-
 TEST_F(SensorTest, PairsOnAStream)
 {
     std::ostringstream out;
@@ -391,6 +369,39 @@ TEST_F(SensorTest, PairsOnAStream)
     AbstractPacketizer::addKeyValuePairToPayload(out, "f", received, 3);
     AbstractPacketizer::addKeyValuePairToPayload(out, "g", begin, 1);
     EXPECT_EQ(out.str(), R"("a":200,"b":-5,"c":1.5,"d":1,"d":255,"3003":{"cm":2.5},"e":[1,255],"f":[7,8,9],"g":[7])");
+}
+
+// A host's packetizer may write onto a stream, and a host may want the library's on a stream.
+TEST_F(SensorTest, PacketizersWriteToTextsAndStreams)
+{
+    class Counter : public HAL::AbstractPacketizer {
+    public:
+        bool _serialize(const HAL::RobotHW&, std::vector<HALPacket_t>&, const nx_json*) override
+        {
+            return false;
+        }
+        bool _deserialize(const HAL::RobotHW&, const std::vector<HALPacket_t>& packets,
+                          std::ostringstream& out) override
+        {
+            out << "{\"packets\":" << packets.size() << "}";
+            return !packets.empty();
+        }
+    };
+    const HAL::RobotHW robot;
+    const std::vector<HALPacket_t> packets = {{6, {0xC8, '>', 'h', 'i', '!', 3}}};
+    std::string payload = "before";
+    EXPECT_TRUE(Counter().deserializePacketsToPayload(robot, packets, payload));
+    EXPECT_EQ(payload, "{\"packets\":1}");
+    EXPECT_FALSE(Counter().deserializePacketsToPayload(robot, {}, payload));
+
+    std::ostringstream out;
+    out << "answer: ";
+    HAL::PacketizerShell shell;
+    EXPECT_TRUE(shell._deserialize(robot, packets, out));
+    EXPECT_EQ(out.str(), "answer: {\"res\":\"hi!\"}");
+    HAL::PacketizerInteraction sensors;
+    EXPECT_FALSE(sensors._deserialize(robot, {}, out));
+    EXPECT_EQ(out.str(), "answer: {\"res\":\"hi!\"}");
 }
 
 TEST_F(SensorTest, PacketQuality)

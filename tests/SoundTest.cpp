@@ -11,6 +11,7 @@
 #include "CoreUtility/Sound/NuSoundEncode.h"
 #include "CoreUtility/Sound/ZKSound.h"
 #include "Simulator/SoundFileReader.h"
+#include "support/DeathTests.h"
 #include "support/Support.h"
 
 namespace {
@@ -322,7 +323,7 @@ TEST(SoundTest, ProcessingMixesAndReverses)
               "unsigned short, unsigned char) Input has 0 bytes.\n");
     EXPECT_TRUE(ZKSoundNormalizeAndEncode(none, direct));
     printed.take();
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    support::useSafeDeathTests();
     EXPECT_DEATH(ZKSoundProcess(mono, direct, 8000, 16000, 3), "numChannels == 1");
     EXPECT_DEATH(ZKSoundProcess(mono, direct, 8000, 16000, 2), "\\(dataIn\\.size\\(\\)%2 == 0\\)");
     EXPECT_DEATH(ZKSoundProcess(mono, direct, 0, 16000, 1), "resampleResult");

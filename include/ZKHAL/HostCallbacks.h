@@ -4,6 +4,8 @@
  * The library defines all of them as replaceable defaults. A host that is linked with the library defines functions of
  * the same names, which then win; a host that loads the library at run time hands in a table with
  * ZKSetHostCallbacks(). Without either, sending and endings do nothing, and log lines go to stdout.
+ * On Windows the linker has no replaceable functions: there the table is the only way, and defining a function of the
+ * same name is an error.
  *
  * All are called on the thread that is inside a ZK... call, and may make any ZK... call themselves. Every pointer ends
  * with the call: copy what must outlive it. They must not throw: a command whose callback threw may stay in flight

@@ -93,58 +93,58 @@ typedef struct ZKVirtualRobotState {
  * seed        for its unique id and the noise of its sensors
  * Null for another type, and without memory. To be released with ZKVirtualRobotDestroy().
  */
-ZK_API ZKVirtualRobot* ZKVirtualRobotCreate(uint32_t robotType, uint64_t seed);
+ZK_STATIC_API ZKVirtualRobot* ZKVirtualRobotCreate(uint32_t robotType, uint64_t seed);
 
 /** Null is allowed. */
-ZK_API void ZKVirtualRobotDestroy(ZKVirtualRobot* robot);
+ZK_STATIC_API void ZKVirtualRobotDestroy(ZKVirtualRobot* robot);
 
 /** What it advertises now: manufacturer data, whose length is returned, and the NUL-terminated local name. */
-ZK_API size_t ZKVirtualRobotAdvertise(const ZKVirtualRobot* robot, uint8_t data[ZK_ADVERTISED_SIZE],
-                                      char name[ZK_ADVERTISED_NAME_SIZE]);
+ZK_STATIC_API size_t ZKVirtualRobotAdvertise(const ZKVirtualRobot* robot, uint8_t data[ZK_ADVERTISED_SIZE],
+                                             char name[ZK_ADVERTISED_NAME_SIZE]);
 
 /** Its service, and its characteristics: at most capacity of them are stored, and how many there are is returned. */
-ZK_API const char* ZKVirtualRobotService(const ZKVirtualRobot* robot);
-ZK_API size_t ZKVirtualRobotCharacteristics(const ZKVirtualRobot* robot, const char** channels, size_t capacity);
+ZK_STATIC_API const char* ZKVirtualRobotService(const ZKVirtualRobot* robot);
+ZK_STATIC_API size_t ZKVirtualRobotCharacteristics(const ZKVirtualRobot* robot, const char** channels, size_t capacity);
 
 /** Writes to a characteristic. Any bytes of any length; false when the characteristic takes no writes. */
-ZK_API bool ZKVirtualRobotWrite(ZKVirtualRobot* robot, const char* channel, const uint8_t* data, size_t length);
+ZK_STATIC_API bool ZKVirtualRobotWrite(ZKVirtualRobot* robot, const char* channel, const uint8_t* data, size_t length);
 
 /** Lets time pass, at most an hour in one call. Orvik, Pell and Quill report 30 times a second. */
-ZK_API void ZKVirtualRobotAdvance(ZKVirtualRobot* robot, double seconds);
+ZK_STATIC_API void ZKVirtualRobotAdvance(ZKVirtualRobot* robot, double seconds);
 
 /**
  * The oldest notification that has not been fetched; false when there is none.
  * channel, data, length   receive it; both pointers are valid until the next call with this robot.
  * Of 4096 unfetched ones the oldest is lost.
  */
-ZK_API bool ZKVirtualRobotNextNotification(ZKVirtualRobot* robot, const char** channel, const uint8_t** data,
-                                           size_t* length);
+ZK_STATIC_API bool ZKVirtualRobotNextNotification(ZKVirtualRobot* robot, const char** channel, const uint8_t** data,
+                                                  size_t* length);
 
 /** Valid until the robot is destroyed; changes with each call. */
-ZK_API const ZKVirtualRobotState* ZKVirtualRobotGetState(const ZKVirtualRobot* robot);
+ZK_STATIC_API const ZKVirtualRobotState* ZKVirtualRobotGetState(const ZKVirtualRobot* robot);
 
 /** The connection is gone: it stops, and forgets a half command line and what it was about to notify. */
-ZK_API void ZKVirtualRobotHandleDisconnect(ZKVirtualRobot* robot);
+ZK_STATIC_API void ZKVirtualRobotHandleDisconnect(ZKVirtualRobot* robot);
 
 /** Answers a shell command from now on with a text of your own; null: with none at all. */
-ZK_API void ZKVirtualRobotSetAnswer(ZKVirtualRobot* robot, const char* command, const char* answer);
+ZK_STATIC_API void ZKVirtualRobotSetAnswer(ZKVirtualRobot* robot, const char* command, const char* answer);
 
 /* Hands on the robot. */
 
 /** Moves it over the floor, where its wheels turn along, or through the air when it is lifted. Walls stop it. Numbers
  * that are not finite leave it, or its head, where it is. */
-ZK_API void ZKVirtualRobotMoveByHand(ZKVirtualRobot* robot, double x, double y, double heading);
+ZK_STATIC_API void ZKVirtualRobotMoveByHand(ZKVirtualRobot* robot, double x, double y, double heading);
 /** Turns its head by hand, up to its limits. */
-ZK_API void ZKVirtualRobotTurnHead(ZKVirtualRobot* robot, double pan, double tilt);
-ZK_API void ZKVirtualRobotLift(ZKVirtualRobot* robot, bool isLifted);
+ZK_STATIC_API void ZKVirtualRobotTurnHead(ZKVirtualRobot* robot, double pan, double tilt);
+ZK_STATIC_API void ZKVirtualRobotLift(ZKVirtualRobot* robot, bool isLifted);
 /** Tilts it, at 90 degrees a second. */
-ZK_API void ZKVirtualRobotTilt(ZKVirtualRobot* robot, double roll, double pitch);
+ZK_STATIC_API void ZKVirtualRobotTilt(ZKVirtualRobot* robot, double roll, double pitch);
 /** A clap from a direction relative to its heading. */
-ZK_API void ZKVirtualRobotClap(ZKVirtualRobot* robot, double direction);
+ZK_STATIC_API void ZKVirtualRobotClap(ZKVirtualRobot* robot, double direction);
 /** button 0 to 3. */
-ZK_API void ZKVirtualRobotPress(ZKVirtualRobot* robot, int button, bool isPressed);
+ZK_STATIC_API void ZKVirtualRobotPress(ZKVirtualRobot* robot, int button, bool isPressed);
 /** indicator as the robot's family counts: Orvik and Pell 0 to 31, Quill 0 to 7, Rusk 0 to 3. */
-ZK_API void ZKVirtualRobotSetBattery(ZKVirtualRobot* robot, unsigned indicator, bool isCharging);
+ZK_STATIC_API void ZKVirtualRobotSetBattery(ZKVirtualRobot* robot, unsigned indicator, bool isCharging);
 
 ZK_EXTERN_C_END
 

@@ -11,6 +11,7 @@
 #include <stdint.h>
 
 #include "ZKHAL/ZKExport.h"
+#include "ZKHAL/ZKVersion.h"
 
 #ifdef __cplusplus
 #include <string>
@@ -38,8 +39,10 @@ ZK_API uint32_t ZKFletcherHash(const uint8_t* bytes, uint32_t length);
 /** Fletcher value of text a followed by text b; 0 when a is null or empty. */
 ZK_API uint32_t ZKStringHash(const char* a, const char* b);
 
+#if ZKHAL_HAS_MD5 /* the library can be built without */
 /** MD5 of a followed by b as 32 upper-case hex digits and a NUL; output holds 33 bytes. */
 ZK_API void ZKStringHashMD5(const char* a, const char* b, char* output);
+#endif
 
 /** Two upper-case hex digits a byte and a NUL; output holds 2 * count + 1 bytes. */
 ZK_API void ZKHexStringFromBytes(const uint8_t* bytes, size_t count, char* output);

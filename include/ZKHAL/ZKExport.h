@@ -2,12 +2,30 @@
 #ifndef ZKHAL_ZKEXPORT_H
 #define ZKHAL_ZKEXPORT_H
 
-#if defined(__GNUC__)
+/* On Windows, programs that use the library as a DLL define ZKHAL_DLL; the CMake and pkg-config packages do it. */
+#if defined(_WIN32) && defined(ZKHAL_DLL_EXPORTS)
+#define ZK_API __declspec(dllexport)
+#elif defined(_WIN32) && defined(ZKHAL_DLL) && !defined(__MINGW32__) /* MinGW's linker imports without being told */
+#define ZK_API __declspec(dllimport)
+#elif defined(__GNUC__) && !defined(_WIN32)
 #define ZK_API __attribute__((visibility("default")))
-/* Lets the compiler check a printf-style call: position of the format, position of its first argument. */
-#define ZK_PRINTF(at, first) __attribute__((format(printf, at, first)))
 #else
 #define ZK_API
+#endif
+
+/* Of the virtual robots, whose library is always a static one. */
+#if defined(_WIN32)
+#define ZK_STATIC_API
+#else
+#define ZK_STATIC_API ZK_API
+#endif
+
+/* Lets the compiler check a printf-style call: position of the format, position of its first argument. */
+#if defined(__MINGW32__) && !defined(__clang__)
+#define ZK_PRINTF(at, first) __attribute__((format(gnu_printf, at, first)))
+#elif defined(__GNUC__)
+#define ZK_PRINTF(at, first) __attribute__((format(printf, at, first)))
+#else
 #define ZK_PRINTF(at, first)
 #endif
 

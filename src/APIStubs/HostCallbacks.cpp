@@ -9,7 +9,11 @@
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Text.h"
 
+#if defined(__GNUC__) && !defined(_WIN32)
 #define ZK_REPLACEABLE __attribute__((weak))
+#else
+#define ZK_REPLACEABLE  // no program can replace it: the table is the way
+#endif
 
 namespace {
 

@@ -1,8 +1,6 @@
 #include "CoreUtility/Clock.h"
 
-#include <ctime>
-
-#include <sys/time.h>
+#include <chrono>
 
 #include "ZKHAL/Diagnostics.h"
 #include "ZKHAL/Utilities.h"
@@ -25,10 +23,10 @@ ZKHAL::WallTime ZKHAL::wallTime()
         gClock.wallTime(gClock.user, &now.seconds, &now.microseconds);
         return now;
     }
-    timeval system{};
-    gettimeofday(&system, nullptr);
-    now.seconds = system.tv_sec;
-    now.microseconds = static_cast<int32_t>(system.tv_usec);
+    using namespace std::chrono;
+    const auto sinceEpoch = floor<microseconds>(system_clock::now().time_since_epoch());
+    now.seconds = floor<seconds>(sinceEpoch).count();
+    now.microseconds = static_cast<int32_t>((sinceEpoch - seconds(now.seconds)).count());
     return now;
 }
 
@@ -37,9 +35,8 @@ uint64_t ZKHAL::monotonicNanoseconds()
     if (gClock.monotonicNanoseconds != nullptr) {
         return gClock.monotonicNanoseconds(gClock.user);
     }
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1000000000u + static_cast<uint64_t>(now.tv_nsec);
+    using namespace std::chrono;
+    return static_cast<uint64_t>(duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 double BREpoch(void)

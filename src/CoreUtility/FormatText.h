@@ -1,17 +1,17 @@
 // Numbers and texts for people, the same in every locale.
 #pragma once
 
-#include <charconv>
 #include <string>
+
+#include "CoreUtility/PayloadText.h"
 
 namespace ZKHAL {
 
 // Up to six significant digits, like %g.
 inline std::string plainNumber(double value)
 {
-    char text[32];
-    const std::to_chars_result end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, 6);
-    return std::string(text, end.ptr);
+    char text[PayloadText::kMostOfNumber];
+    return std::string(text, PayloadText::writeReal(text, value));
 }
 
 // One line of text for people, whatever it came from: control characters become question marks.

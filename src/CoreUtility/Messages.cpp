@@ -8,8 +8,6 @@
 #include <memory>
 #include <new>
 
-#include <locale.h>
-
 #include "CoreUtility/PlainLocale.h"
 #include "ZKHAL/Diagnostics.h"
 
@@ -20,21 +18,6 @@ namespace {
 ZKMessageSink gSink = nullptr;
 void* gSinkUser = nullptr;
 thread_local MessageCapture* tCapture = nullptr;
-
-// This thread's locale only, and only for a while: the process-wide one belongs to the host.
-class PlainLocaleHere {
-public:
-    PlainLocaleHere() : mHost(uselocale(plainLocale())) {}
-    ~PlainLocaleHere()
-    {
-        uselocale(mHost);
-    }
-    PlainLocaleHere(const PlainLocaleHere&) = delete;
-    PlainLocaleHere& operator=(const PlainLocaleHere&) = delete;
-
-private:
-    locale_t mHost;
-};
 
 // Formats with plain %d, %ld and %s only, for lines that are printed where time counts: std::vsnprintf() would take as
 // long as translating a small document. Returns the length, or -1 for another format or a longer text.

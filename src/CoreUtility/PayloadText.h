@@ -1,4 +1,5 @@
-// A text that is built once and then read: numbers and short pieces appended to storage that is used again.
+// A text that is built once and then read: numbers and short pieces appended to storage that is used again. This is
+// where all numbers become text; none depends on a locale.
 #pragma once
 
 #include <array>
@@ -7,11 +8,10 @@
 #include <cstring>
 #include <string>
 
+#include "CoreUtility/Bits.h"
 #include "ZKHAL/ZKExport.h"
 
 namespace ZKHAL {
-
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are put together in words, the first in the low byte");
 
 // The digits of a byte and a comma behind them, stored at once, and how many digits there are.
 struct ByteText {
@@ -89,6 +89,11 @@ public:
         char* out = reserve(kMostOfNumber);
         grow(static_cast<size_t>(writeReal(out, value) - out));
     }
+    void appendFixed(float value)
+    {
+        char* out = reserve(kMostOfFixed);
+        grow(static_cast<size_t>(writeFixed(out, value) - out));
+    }
     void appendBytes(const uint8_t* bytes, size_t count)
     {
         char* out = reserve(kMostOfByte * count + 2);
@@ -100,14 +105,15 @@ public:
     {
         if (value >= 1000 && value < 10000) {  // as component ids are
             *out++ = static_cast<char>('0' + value / 1000);
-            std::memcpy(out, &kThreeDigits[value % 1000], 3);
+            storeLittle<3>(out, kThreeDigits[static_cast<size_t>(value % 1000)]);
             return out + 3;
         }
         if (value >= 256) {
             return writeLong(out, value);
         }
-        std::memcpy(out, kByteTexts[value].text, sizeof kByteTexts[value].text);
-        return out + kByteTexts[value].digits;
+        const ByteText& text = kByteTexts[static_cast<size_t>(value)];
+        std::memcpy(out, text.text, sizeof text.text);
+        return out + text.digits;
     }
     static char* writeSigned(char* out, int64_t value)
     {
@@ -119,6 +125,8 @@ public:
     }
     // As std::printf's %g writes it in the "C" locale: six significant digits.
     static char* writeReal(char* out, double value);
+    // The same as its %.4f, with room for kMostOfFixed.
+    static char* writeFixed(char* out, float value);
     // [1,2,255], at most kMostOfByte characters a byte and two more.
     static char* writeBytes(char* out, const uint8_t* bytes, size_t count)
     {
@@ -134,6 +142,7 @@ public:
     }
 
     static constexpr size_t kMostOfNumber = 40;
+    static constexpr size_t kMostOfFixed = 48;  // single precision has 39 digits before the point
     static constexpr size_t kMostOfByte = 4;
 
     const char* data() const

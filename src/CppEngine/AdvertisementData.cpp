@@ -99,7 +99,9 @@ std::string extractSerialNumber(const Record& record, unsigned robotType)
 bool AdvertisementData::parse(const char* data, size_t dataLength, const char* localName, size_t nameLength)
 {
     if (dataLength > kManufacturerBytes) {
-        mParseError = "Unexpected dataLength of " + std::to_string(dataLength);
+        // A negative length of the caller's reads the same on 32 bits.
+        const auto length = static_cast<int64_t>(static_cast<ptrdiff_t>(dataLength));
+        mParseError = "Unexpected dataLength of " + std::to_string(static_cast<uint64_t>(length));
         return false;
     }
     if (data == nullptr) {

@@ -1,11 +1,11 @@
 #include "CppEngine/Channels.h"
 
+#include "CoreUtility/Compiler.h"
 #include "HAL/RobotHardware/Uuid.h"
 
 namespace Kestrel {
 
 // Constructed first, since a host's own constructors may already scan.
-#define ZK_EARLY __attribute__((init_priority(101)))
 
 ZK_EARLY const std::string gChannelShellControl = ZK_UUID("AF230000");
 ZK_EARLY const std::string gChannelShellPacket = ZK_UUID("AF230001");

@@ -2,10 +2,10 @@
 
 #include <cmath>
 #include <limits>
-#include <locale>
-#include <sstream>
 #include <vector>
 
+#include "CoreUtility/Compiler.h"
+#include "CoreUtility/PayloadText.h"
 #include "CppEngine/EngineCall.h"
 #include "ZKHAL/HostCallbacks.h"
 #include "ZKHAL/Utilities.h"
@@ -29,11 +29,11 @@ TimerID TimerManager::newTimer(TimerTarget& target, double durationSeconds)
     // All lines before the first change: what a log callback does meets a manager in order.
     verifyTickRate();
     if (durationSeconds < 0 || std::isnan(durationSeconds)) {
-        ZKLogE("%s - duration is negative: %.3fs - rejecting new timer.", __PRETTY_FUNCTION__, durationSeconds);
+        ZKLogE("%s - duration is negative: %.3fs - rejecting new timer.", ZK_SIGNATURE, durationSeconds);
         return sInvalidTimerID;
     }
     if (durationSeconds == 0) {
-        ZKLogW("%s - duration is zero: timer will go off next tick.", __PRETTY_FUNCTION__);
+        ZKLogW("%s - duration is zero: timer will go off next tick.", ZK_SIGNATURE);
     }
     if (mNextID == std::numeric_limits<TimerID>::max()) {
         ZKLogW("wrapping timer IDs.");
@@ -163,12 +163,15 @@ bool TimerManager::verifyTickRate()
 
 std::string TimerManager::toString() const
 {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
+    ZKHAL::PayloadText text;
     for (const auto& [place, timer] : mTimers) {
-        text << "{" << timer.id << " @ " << timer.due << "}";
+        text.append('{');
+        text.appendUnsigned(timer.id);
+        text.append(" @ ");
+        text.appendReal(timer.due);
+        text.append('}');
     }
-    return text.str();
+    return std::string(text.data(), text.length());
 }
 
 std::weak_ptr<TimerManager*> TimerManager::lifetime() const

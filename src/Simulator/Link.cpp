@@ -1,11 +1,11 @@
 #include "Simulator/Link.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <utility>
 
 #include "CoreUtility/Numbers.h"
+#include "CoreUtility/ReadReal.h"
 
 namespace Simulator {
 
@@ -52,13 +52,13 @@ std::optional<Faults> parseFaults(const std::string& text, std::string& problem)
             }
             return std::nullopt;
         }
-        const char* const begin = item.data() + std::min(equals + 1, item.size());
-        double& chance = faults.*row->chance;
-        const auto [stop, error] = std::from_chars(begin, item.data() + item.size(), chance);
-        if (error != std::errc() || stop != item.data() + item.size() || !(chance >= 0 && chance <= 1)) {
+        const char* const begin = item.c_str() + std::min(equals + 1, item.size());
+        const auto [stop, chance] = ZKHAL::readReal(begin);
+        if (stop == begin || stop != item.c_str() + item.size() || !(chance >= 0 && chance <= 1)) {
             problem = name + " wants a chance from 0 to 1, as in " + name + "=0.05";
             return std::nullopt;
         }
+        faults.*row->chance = chance;
     }
     return faults;
 }
@@ -105,11 +105,11 @@ void Link::send(Way& way, int64_t& lastDue_ns, Packet packet)
         return;
     }
     if (!packet.data.empty() && happens(mFaults.corrupt)) {
-        const uint64_t bit = mRandom.below(packet.data.size() * 8);
+        const auto bit = static_cast<size_t>(mRandom.below(packet.data.size() * 8));
         packet.data[bit / 8] = static_cast<char>(packet.data[bit / 8] ^ (1 << bit % 8));
     }
     if (!packet.data.empty() && happens(mFaults.truncate)) {
-        packet.data.resize(mRandom.below(packet.data.size()));
+        packet.data.resize(static_cast<size_t>(mRandom.below(packet.data.size())));
     }
     const double delay = happens(mFaults.delay) ? mRandom.unit() * kLongestDelay : 0;
     int64_t due_ns = lastDue_ns = std::max(mNow_ns + nanoseconds(delay), lastDue_ns);

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Installs the library and builds programs against it from outside: run.sh SOURCE WORK SHARED CC CXX SOUND
+# Installs the library and builds programs against it from outside: run.sh SOURCE WORK SHARED CC CXX SOUND MD5
 set -eu
-source=$1 work=$2 shared=$3 sound=$6
+source=$1 work=$2 shared=$3 sound=$6 md5=$7
 export CC=$4 CXX=$5
 rm -rf "$work"
 mkdir -p "$work"
-cmake -S "$source" -B "$work/build" -DBUILD_SHARED_LIBS="$shared" -DZKHAL_TOOLS=OFF -DZKHAL_TESTS=OFF -DZKHAL_SOUND="$sound" \
+cmake -S "$source" -B "$work/build" -DBUILD_SHARED_LIBS="$shared" -DZKHAL_TOOLS=OFF -DZKHAL_TESTS=OFF -DZKHAL_SOUND="$sound" -DZKHAL_MD5="$md5" \
   -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$work/prefix" -DCMAKE_INSTALL_LIBDIR=lib >"$work/log" 2>&1 &&
   cmake --build "$work/build" --parallel 2 >>"$work/log" 2>&1 &&
   cmake --install "$work/build" >>"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
@@ -46,7 +46,8 @@ done
 # The shared library exports the interface and nothing else.
 if [ "$shared" = ON ]; then
   interface=$work/interface.txt
-  grep -vE "$([ "$sound" = ON ] && echo '^$' || echo 'Sound|aflib')" "$source/tests/consumers/interface.txt" >"$interface"
+  grep -vE "$([ "$sound" = ON ] && echo '^$' || echo 'Sound|aflib')" "$source/tests/consumers/interface.txt" |
+    grep -vE "$([ "$md5" = ON ] && echo '^$' || echo 'MD5')" >"$interface"
   nm -D --defined-only -C "$work/prefix/lib/libZKHAL.so" | cut -d' ' -f3- | sed 's/(.*//' | sort -u >"$work/exported"
   if grep -vE -f "$interface" "$work/exported"; then
     echo "exported, but no part of the interface"

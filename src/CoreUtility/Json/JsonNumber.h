@@ -3,13 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
+#include "CoreUtility/Bits.h"
+#include "CoreUtility/Compiler.h"
+#include "CoreUtility/ReadReal.h"
 #include "CoreUtility/Text.h"
 
 namespace ZKHAL {
-
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "digits are read eight at a time, the first in the low byte");
 
 struct JsonNumber {
     const char* end;  // after the number; null when there is none
@@ -21,31 +21,11 @@ struct JsonNumber {
 // text begins with a minus sign or a digit and is NUL-terminated.
 JsonNumber readJsonNumber(const char* text);
 
-// significand / 10^places, correctly rounded; significand is not 0, places is 0 to 19.
-double divideByTenTo(uint64_t significand, int places);
-
-// Powers of ten that a double holds exactly.
-inline constexpr double kExactTenTo[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-constexpr int kMaxExactTenTo = 22;
-constexpr uint64_t kMaxExactInteger = uint64_t{1} << 53;
-constexpr int kMaxExactDigits = 15;  // any so many make such an integer
-
-inline double decimalFraction(uint64_t significand, int places)
-{
-    if (significand <= kMaxExactInteger) {
-        return static_cast<double>(significand) / kExactTenTo[places];  // two exact numbers: one rounding
-    }
-    return divideByTenTo(significand, places);
-}
-
 // The number in eight digits at once, in *value; false when one of the eight bytes is no digit.
 inline bool readEightDigits(const char* text, uint64_t& value)
 {
     constexpr uint64_t kTopBits = 0x8080808080808080u;
-    uint64_t word;
-    std::memcpy(&word, text, sizeof word);
-    word ^= 0x3030303030303030u;  // digits become 0 to 9, the first in the lowest byte
+    uint64_t word = loadLittle<8>(text) ^ 0x3030303030303030u;  // digits become 0 to 9, the first in the lowest byte
     if (((((word & ~kTopBits) + 0x7676767676767676u) | word) & kTopBits) != 0) {
         return false;
     }
@@ -57,10 +37,10 @@ inline bool readEightDigits(const char* text, uint64_t& value)
 
 // The same as readJsonNumber() for what documents mostly hold, in one pass: decimals of up to 18 digits without a sign
 // and without an exponent. `end` is null when the number is of another kind, which readJsonNumber() then reads.
-// Eight bytes behind the end of the text are readable; the machine is little-endian.
+// Eight bytes behind the end of the text are readable.
 // Digits are taken one by one on purpose: how many there are is then guessed by the processor, which reads on
 // meanwhile; a length that is computed is waited for.
-[[gnu::always_inline]] inline JsonNumber readPlainDecimal(const char* text)
+ZK_ALWAYS_INLINE JsonNumber readPlainDecimal(const char* text)
 {
     constexpr ptrdiff_t kMaxDigits = 18;
     constexpr JsonNumber kOfAnotherKind = {nullptr, false, 0, 0.0};

@@ -3,14 +3,15 @@
 #include <cstdio>
 
 #include "CoreUtility/Assertion.h"
+#include "CoreUtility/Compiler.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Text.h"
 
 namespace Internal {
 
 // Constructed before a host's own constructors run.
-__attribute__((init_priority(101))) std::map<std::string, puppetRecord_t> records;
-__attribute__((init_priority(101))) std::string _logFolder;
+ZK_EARLY std::map<std::string, puppetRecord_t> records;
+ZK_EARLY std::string _logFolder;
 
 puppetRecord_t* getRecord(const char* name, bool createIfNotFound, bool errorIfNotFound)
 {

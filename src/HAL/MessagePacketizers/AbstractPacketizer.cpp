@@ -1,5 +1,7 @@
 #include "HAL/MessagePacketizers/AbstractPacketizer.h"
 
+#include "CoreUtility/Assertion.h"
+
 namespace HAL {
 
 using ZKHAL::PayloadText;
@@ -9,10 +11,32 @@ AbstractPacketizer::~AbstractPacketizer() = default;
 bool AbstractPacketizer::deserializePacketsToPayload(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
                                                      std::string& payload)
 {
-    std::ostringstream out;
-    const bool written = _deserialize(robot, packets, out);
-    payload = out.str();
+    PayloadText out;
+    const bool written = _deserializeToText(robot, packets, out);
+    payload.assign(out.data(), out.length());
     return written;
+}
+
+bool AbstractPacketizer::_deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                                      std::ostringstream& out)
+{
+    ZK_ASSERT(sStreamForms.toStream);  // the header that declares this sets it
+    return sStreamForms.toStream(*this, robot, packets, out);
+}
+
+bool AbstractPacketizer::_deserializeToText(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                                            PayloadText& out)
+{
+    ZK_ASSERT(sStreamForms.toText);
+    return sStreamForms.toText(*this, robot, packets, out);
+}
+
+AbstractPacketizer::StreamForms AbstractPacketizer::sStreamForms = {nullptr, nullptr};
+
+bool AbstractPacketizer::setStreamForms(const StreamForms& forms)
+{
+    sStreamForms = forms;
+    return true;
 }
 
 bool AbstractPacketizer::serializePayloadToPackets(const RobotHW& robot, const std::string& payload,
@@ -43,14 +67,6 @@ void AbstractPacketizer::addKeyValuePairToPayload(PayloadText& out, const char* 
 {
     addKey(out, key, isFirst);
     out.appendBytes(bytes, count);
-}
-
-void AbstractPacketizer::addKeyValuePairToPayload(std::ostream& out, const char* key, const uint8_t* bytes,
-                                                  size_t count, bool isFirst)
-{
-    PayloadText text;
-    addKeyValuePairToPayload(text, key, bytes, count, isFirst);
-    out.write(text.data(), static_cast<std::streamsize>(text.length()));
 }
 
 }  // namespace HAL

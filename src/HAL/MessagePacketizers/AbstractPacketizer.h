@@ -3,8 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -13,6 +13,10 @@
 #include "CoreUtility/PayloadText.h"
 #include "ZKHAL/HALPacket.h"
 #include "ZKHAL/ZKExport.h"
+
+#ifndef ZKHAL_WITHOUT_STREAMS
+#include <sstream>
+#endif
 
 namespace HAL {
 
@@ -41,8 +45,23 @@ public:
     bool serializePayloadToPackets(const RobotHW& robot, const std::string& payload, std::vector<HALPacket_t>& packets);
 
     virtual bool _serialize(const RobotHW& robot, std::vector<HALPacket_t>& packets, const nx_json* request) = 0;
-    virtual bool _deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
-                              std::ostringstream& out) = 0;
+
+    /**
+     * The document onto a stream or into a text. A packetizer overrides one of the two, and the other goes through it;
+     * the library itself calls the second. What is in the text or on the stream before stays.
+     */
+    virtual bool _deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets, std::ostringstream& out);
+    virtual bool _deserializeToText(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                                    ZKHAL::PayloadText& out);
+
+    /** How each of the two goes through the other. Hosts get it from this header, the library has no stream code. */
+    struct StreamForms {
+        bool (*toText)(AbstractPacketizer& packetizer, const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                       ZKHAL::PayloadText& out);
+        bool (*toStream)(AbstractPacketizer& packetizer, const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                         std::ostringstream& out);
+    };
+    static bool setStreamForms(const StreamForms& forms);
 
     /**
      * Writes one pair of an object: a comma unless it is the first, the key in quotes, a colon and the value. 8-bit
@@ -57,7 +76,12 @@ public:
     }
     /** An array of bytes, as numbers. */
     static void addKeyValuePairToPayload(std::ostream& out, const char* key, const uint8_t* bytes, size_t count,
-                                         bool isFirst = false);
+                                         bool isFirst = false)
+    {
+        ZKHAL::PayloadText text;
+        addKeyValuePairToPayload(text, key, bytes, count, isFirst);
+        out.write(text.data(), static_cast<std::streamsize>(text.length()));
+    }
 
 protected:
     // The same into the packetizer's own storage.
@@ -79,6 +103,29 @@ protected:
     static void addKeyValuePairToPayload(ZKHAL::PayloadText& out, const char* key, const uint8_t* bytes, size_t count,
                                          bool isFirst);
     static void addKey(ZKHAL::PayloadText& out, const char* key, bool isFirst);
+
+private:
+    static StreamForms sStreamForms;
 };
+
+#ifndef ZKHAL_WITHOUT_STREAMS
+// Before anything of a host that includes this header can run.
+inline const bool kHasStreamForms =
+    AbstractPacketizer::setStreamForms({[](AbstractPacketizer& packetizer, const RobotHW& robot,
+                                           const std::vector<HALPacket_t>& packets, ZKHAL::PayloadText& out) {
+                                            std::ostringstream stream;
+                                            const bool written = packetizer._deserialize(robot, packets, stream);
+                                            const std::string text = stream.str();
+                                            out.append(text.data(), text.size());
+                                            return written;
+                                        },
+                                        [](AbstractPacketizer& packetizer, const RobotHW& robot,
+                                           const std::vector<HALPacket_t>& packets, std::ostringstream& out) {
+                                            ZKHAL::PayloadText text;
+                                            const bool written = packetizer._deserializeToText(robot, packets, text);
+                                            out.write(text.data(), static_cast<std::streamsize>(text.length()));
+                                            return written;
+                                        }});
+#endif
 
 }  // namespace HAL

@@ -73,15 +73,9 @@ bool PacketizerInteraction::_serialize(const RobotHW&, std::vector<HALPacket_t>&
     return false;
 }
 
-bool PacketizerInteraction::_deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
-                                         std::ostringstream& out)
+bool PacketizerInteraction::_deserializeToText(const RobotHW& robot, const std::vector<HALPacket_t>& packets, Text& out)
 {
-    Text text;
-    if (!decode(robotTypeOf(robot), packets.data(), packets.size(), text)) {
-        return false;
-    }
-    out.write(text.data(), static_cast<std::streamsize>(text.length()));
-    return true;
+    return decode(robotTypeOf(robot), packets.data(), packets.size(), out);
 }
 
 bool PacketizerInteraction::decode(uint32_t robotType, const HALPacket_t* packets, size_t count, Text& out)

@@ -34,7 +34,8 @@ public:
      * One report of one or two packets as one document; a third packet is not looked at. False, and nothing written,
      * without a packet. Any 20 bytes are a valid packet; bytes that a shorter one lacks count as zero.
      */
-    bool _deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets, std::ostringstream& out) override;
+    bool _deserializeToText(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                            ZKHAL::PayloadText& out) override;
     /** The same into reusable storage: what all other forms are made of. */
     bool decode(uint32_t robotType, const HALPacket_t* packets, size_t count, ZKHAL::PayloadText& out);
 

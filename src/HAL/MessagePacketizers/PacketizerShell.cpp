@@ -43,7 +43,8 @@ bool PacketizerShell::_serialize(const RobotHW&, std::vector<HALPacket_t>& packe
     return length > 0;
 }
 
-bool PacketizerShell::_deserialize(const RobotHW&, const std::vector<HALPacket_t>& packets, std::ostringstream& out)
+bool PacketizerShell::_deserializeToText(const RobotHW&, const std::vector<HALPacket_t>& packets,
+                                         ZKHAL::PayloadText& out)
 {
     std::string text;
     for (size_t i = 0; i < packets.size(); ++i) {
@@ -58,7 +59,9 @@ bool PacketizerShell::_deserialize(const RobotHW&, const std::vector<HALPacket_t
     if (!text.empty() && text.back() == '\n') {
         text.pop_back();
     }
-    out << "{\"res\":\"" << text << "\"}";
+    out.append("{\"res\":\"");
+    out.append(text.data(), text.size());
+    out.append("\"}");
     return true;
 }
 

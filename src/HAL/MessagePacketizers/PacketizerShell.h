@@ -15,7 +15,8 @@ public:
     /** Appends a packet for every 19 bytes of text; false when there is none. */
     bool _serialize(const RobotHW& robot, std::vector<HALPacket_t>& packets, const nx_json* request) override;
     /** Always true. */
-    bool _deserialize(const RobotHW& robot, const std::vector<HALPacket_t>& packets, std::ostringstream& out) override;
+    bool _deserializeToText(const RobotHW& robot, const std::vector<HALPacket_t>& packets,
+                            ZKHAL::PayloadText& out) override;
 };
 
 }  // namespace HAL

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "CoreUtility/Bits.h"
 #include "CoreUtility/ByteOrder.h"
 #include "CoreUtility/Numbers.h"
 #include "HAL/RobotHardware/CommandBits.h"
@@ -417,10 +418,10 @@ void packPending(Data* data, RobotHW* robot, PackTrace* trace)
     packRow(kPacking[0], data, robot, trace);
     uint64_t rows = 0;
     for (uint64_t bits = data->commandMask; bits != 0; bits &= bits - 1) {
-        rows |= uint64_t{1} << kRowOfBit.row[__builtin_ctzll(bits)];
+        rows |= uint64_t{1} << kRowOfBit.row[ZKHAL::countTrailingZeros(bits)];
     }
     for (; rows != 0; rows &= rows - 1) {
-        packRow(kPacking[__builtin_ctzll(rows)], data, robot, trace);
+        packRow(kPacking[ZKHAL::countTrailingZeros(rows)], data, robot, trace);
     }
 }
 
