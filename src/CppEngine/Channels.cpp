@@ -6,7 +6,6 @@
 namespace Kestrel {
 
 // Constructed first, since a host's own constructors may already scan.
-
 ZK_EARLY const std::string gChannelShellControl = ZK_UUID("AF230000");
 ZK_EARLY const std::string gChannelShellPacket = ZK_UUID("AF230001");
 ZK_EARLY const std::string gChannelCommandControl = ZK_UUID("AF230002");

@@ -1,0 +1,14 @@
+#include "Host/Transport.h"
+
+namespace Host {
+
+std::string canonicalUuid(const std::string& uuid)
+{
+    std::string upper = uuid;
+    for (char& c : upper) {
+        c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+    }
+    return upper;
+}
+
+}  // namespace Host
