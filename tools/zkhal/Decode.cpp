@@ -1,7 +1,6 @@
 // zkhal decode: captured sensor packets to JSON lines and a picture.
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -17,7 +16,7 @@
 #include "HexText.h"
 #include "Input.h"
 #include "OutputFile.h"
-#include "Picture.h"
+#include "ReportPicture.h"
 #include "RobotOption.h"
 #include "ZKHAL/ZKHAL.h"
 
@@ -115,64 +114,6 @@ public:
     double now = 0;
 };
 
-// What the picture shows, collected report by report.
-class Recording {
-public:
-    void add(double t, std::string json)
-    {
-        const nx_json* root = nx_json_parse_utf8(json.data());
-        const auto value = [root](const char* component, const char* key) {
-            const nx_json* member = nx_json_get(nx_json_get(root, component), key);
-            return member->type == NX_JSON_NULL ? NAN : member->dbl_value;
-        };
-        path.points.push_back({value("2002", "x"), value("2002", "y")});
-        const auto put = [&](Curve& curve, const char* component, const char* key) {
-            curve.points.push_back({t, value(component, key)});
-        };
-        put(pan, "2000", "degree");
-        put(tilt, "2001", "degree");
-        put(left, "3003", "cm");
-        put(right, "3004", "cm");
-        put(distanceLeft, "3001", "cm");
-        put(distanceRight, "3000", "cm");
-        put(distanceRear, "3002", "cm");
-        put(roll, "3010", "attitudeRoll");
-        put(pitch, "3010", "attitudePitch");
-        put(slope, "3010", "attitudeSlope");
-        if (const double level = value("3006", "level"); level < 9999) {
-            battery.points.push_back({t, level});
-        }
-        nx_json_free(root);
-    }
-
-    std::string draw(const std::string& title)
-    {
-        path.points.erase(std::remove_if(path.points.begin(), path.points.end(),
-                                         [](const Point& point) { return !std::isfinite(point.x); }),
-                          path.points.end());
-        const char kTime[] = "time (s)";
-        return drawPicture(
-            title,
-            {
-                {"Path", "x (cm)", "y (cm)", {path}, true},
-                {"Head", kTime, "angle (degrees)", {pan, tilt}},
-                {"Wheels", kTime, "travelled (cm)", {left, right}},
-                {"Distances", kTime, "to the nearest obstacle (cm)", {distanceLeft, distanceRight, distanceRear}},
-                {"Attitude", kTime, "angle (degrees)", {roll, pitch, slope}},
-                {"Battery", kTime, "level (20 is full)", {battery}},
-            });
-    }
-
-private:
-    static constexpr const char *kBlue = "#1f6fb4", *kOrange = "#d9661f", *kGreen = "#3a8f3a";
-    Curve path{"path", kBlue, {}};
-    Curve pan{"pan", kBlue, {}}, tilt{"tilt", kOrange, {}};
-    Curve left{"left", kBlue, {}}, right{"right", kOrange, {}};
-    Curve distanceLeft{"left", kBlue, {}}, distanceRight{"right", kOrange, {}}, distanceRear{"rear", kGreen, {}};
-    Curve roll{"roll", kBlue, {}}, pitch{"pitch", kOrange, {}}, slope{"slope", kGreen, {}};
-    Curve battery{"battery", kBlue, {}};
-};
-
 // The documents hold no texts, so brackets and commas are structure.
 std::string indented(const std::string& json)
 {
@@ -247,14 +188,14 @@ public:
             std::cout.flush();
         }
         if (!mOptions.svg.empty()) {
-            mRecording.add(t, json);
+            mPicture.add(t, json);
         }
     }
 
     void finish()
     {
         if (!mOptions.svg.empty()) {
-            writeFile(mOptions.svg, mRecording.draw(robotName(mOptions.robotType) + ": " + mName));
+            writeFile(mOptions.svg, mPicture.draw(robotName(mOptions.robotType) + ": " + mName));
         }
     }
 
@@ -266,7 +207,7 @@ private:
     std::unique_ptr<CaptureClock> mClock;
     std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> mTranslator;
     HAL::packetQualityInfo mQuality{};
-    Recording mRecording;
+    ReportPicture mPicture;
     double mStart;
     double mNext = 0;
     size_t mNumber = 0;
