@@ -94,7 +94,7 @@ for robot in orvik pell quill rusk; do
   expect "a lesson over a bad link" 0 "~faults of the link" "" "$zkhal" demo --robot $robot --seed 3 --faults $faults
 done
 expect "no such fault" 2 "" "~there are drop duplicate" "$zkhal" demo --faults lose=1
-expect "no such robot" 2 "" "~no virtual robot" "$zkhal" demo --robot 2001
+expect "no such robot" 2 "" "~no virtual robot" "$zkhal" demo --robot virtual:bo
 printf 'NAME\r\n\nECHO a b\n' >"$dir/commands"
 expect "a shell" 0 $'Virtual Rusk\na b' "" sh -c "'$zkhal' shell --robot rusk --quiet <'$dir/commands'"
 expect "a shell without an answer" 1 "~<- C8 3E 3F 4E 4F 03" "" sh -c "printf 'NO\nSLEEP\n' | '$zkhal' shell"

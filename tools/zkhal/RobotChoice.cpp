@@ -27,22 +27,22 @@ bool beginsWith(const std::string& text, const char* prefix)
 }
 
 // "virtual:orvik", "virtual:quill:7".
-Host::VirtualRobotOptions virtualRobotOf(const std::string& who)
+// "virtual:orvik", "virtual:quill:7". What is wrong with it; "" if nothing.
+std::string readVirtualRobot(const std::string& who, Host::VirtualRobotOptions& options)
 {
     const size_t begin = sizeof kVirtual - 1;
     const size_t colon = std::min(who.find(':', begin), who.size());
     ZKRobotTypeInfo type = {};
     type.size = sizeof type;
     if (!ZKFindRobotType(who.substr(begin, colon - begin).c_str(), &type) || type.isBootloader) {
-        throw InputError{
-            "there is no virtual robot '" + shown(who) +
-            "': virtual:orvik, pell, quill or rusk, and a number behind another colon for another robot of its kind"};
+        return "there is no virtual robot '" + shown(who) + "'; there are virtual:orvik, pell, quill and rusk";
     }
-    uint64_t seed = 1;
-    if (colon < who.size() && !CLI::detail::lexical_cast(who.substr(colon + 1), seed)) {
-        throw InputError{"'" + shown(who) + "': what follows the second colon is a number"};
+    options.type = type.type;
+    options.seed = 1;
+    if (colon < who.size() && !CLI::detail::lexical_cast(who.substr(colon + 1), options.seed)) {
+        return "'" + shown(who) + "': what follows the second colon is a number, for another robot of its kind";
     }
-    return {type.type, seed, {}};
+    return "";
 }
 
 Host::Pace paceOf(const RobotChoice& choice)
@@ -65,7 +65,10 @@ void addRobotChoice(CLI::App& app, RobotChoice& choice, bool many)
                               "several times (default virtual:orvik)"
                             : "The robot's name or address, virtual:FAMILY[:SEED] or capture:FILE (default "
                               "virtual:orvik)");
-    robot->type_name("WHO");
+    robot->type_name("WHO")->check([](const std::string& who) {
+        Host::VirtualRobotOptions options = {};
+        return beginsWith(who, kVirtual) ? readVirtualRobot(who, options) : std::string();
+    });
     if (many) {
         robot->allow_extra_args(false);
     } else {
@@ -77,7 +80,28 @@ void addRobotChoice(CLI::App& app, RobotChoice& choice, bool many)
                    "real or fast: virtual robots take their time on a terminal, and none in a pipe; others always do")
         ->check(CLI::IsMember({"real", "fast"}))
         ->type_name("PACE");
+    app.add_option("--faults", choice.faults, "Chances of faults on virtual robots' links (default none)")
+        ->type_name("FAULT=CHANCE,...")
+        ->check([](const std::string& text) {
+            std::string problem;
+            return Simulator::parseFaults(text, problem) ? std::string() : problem;
+        });
     app.add_option("--retries", choice.retries, "How often to connect again to a robot that is lost (default 5)");
+}
+
+void preferVirtual(RobotChoice& choice, uint64_t seed)
+{
+    if (choice.who.empty()) {
+        choice.who = {"virtual:orvik"};
+    }
+    for (std::string& who : choice.who) {
+        const std::string lower = CLI::detail::to_lower(who);
+        for (const char* family : {"orvik", "pell", "quill", "rusk"}) {
+            who = lower == family ? kVirtual + lower : who;
+        }
+        const bool hasSeed = who.find(':', sizeof kVirtual) != std::string::npos;
+        who += beginsWith(who, kVirtual) && !hasSeed ? ':' + std::to_string(seed) : "";
+    }
 }
 
 std::unique_ptr<Host::Transport> bluetooth(const std::string& adapter)
@@ -122,14 +146,12 @@ Radio::Radio(const RobotChoice& choice)
     }
     if (virtualRobots != 0) {
         auto transport = std::make_unique<Host::VirtualTransport>(paceOf(choice));
-        std::string problem;
-        const auto faults = Simulator::parseFaults(choice.faults, problem);
-        if (!faults) {
-            throw InputError{problem};
-        }
+        std::string ignored;  // checked where it was given
+        const auto faults = Simulator::parseFaults(choice.faults, ignored);
         for (const std::string& each : who) {
-            Host::VirtualRobotOptions options = virtualRobotOf(each);
-            options.faults = *faults;
+            Host::VirtualRobotOptions options = {};
+            readVirtualRobot(each, options);
+            options.faults = faults.value_or(Simulator::Faults());
             transport->add(options);
             ZKRobotTypeInfo type = {};
             type.size = sizeof type;
@@ -147,6 +169,7 @@ Radio::Radio(const RobotChoice& choice)
         }
         mTransport = std::make_unique<Host::CaptureTransport>(std::move(events), paceOf(choice), ZK_ROBOT_ORVIK);
         mNames = {"capture"};
+        mIsCapture = true;
     } else {
         mTransport = bluetooth(choice.adapter);
         mNames = who;

@@ -23,8 +23,11 @@ struct RobotChoice {
     std::string faults;  // of virtual robots' links
 };
 
-/** Adds --robot, --adapter, --pace and --retries. many: --robot may be given several times. */
+/** Adds --robot, --adapter, --pace, --faults and --retries. many: --robot may be given several times. */
 void addRobotChoice(CLI::App& app, RobotChoice& choice, bool many);
+
+/** Family names stand for virtual robots (of this seed, where none is given); nothing for virtual:orvik. */
+void preferVirtual(RobotChoice& choice, uint64_t seed);
 
 /** A radio, and the hub over it. Throws InputError when there is none. */
 class Radio {
@@ -41,6 +44,11 @@ public:
     {
         return mNames;
     }
+    /** Whether it is a recording, which ends. */
+    bool isCapture() const
+    {
+        return mIsCapture;
+    }
     /** Null where robots are real. */
     Host::VirtualTransport* virtualRobots()
     {
@@ -52,6 +60,7 @@ private:
     Host::VirtualTransport* mVirtual = nullptr;
     std::unique_ptr<Host::Hub> mHub;
     std::vector<std::string> mNames;
+    bool mIsCapture = false;
 };
 
 /** The robots in sight, sessions not needed: what zkhal scan shows. count: of virtual robots of all families. */

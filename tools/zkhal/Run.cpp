@@ -389,8 +389,6 @@ void addRun(CLI::App& app, int& status)
         ->type_name("LESSON")
         ->required();
     addRobotChoice(*command, options->robots, true);
-    command->add_option("--faults", options->robots.faults, "Chances of faults on a virtual robot's link")
-        ->type_name("FAULT=CHANCE,...");
     command->add_option("--record", options->record, "Record all that crosses the air as a capture")->type_name("FILE");
     command->add_option("--svg", options->svg, "Draw what the robot reported into a picture")->type_name("FILE");
     command->add_flag("--check", options->checkOnly, "Only check the lesson, for the robots that it is for");

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "Commands.h"
@@ -69,7 +70,19 @@ std::string jsonLine(const Host::Sighting& seen)
     return out.text();
 }
 
-// Widths by characters, not by bytes.
+// Widths are by characters, not by bytes.
+std::string cut(const std::string& text, size_t width)
+{
+    size_t end = 0;
+    for (size_t characters = 0; end < text.size(); ++end) {
+        characters += (static_cast<unsigned char>(text[end]) & 0xC0) != 0x80 ? 1u : 0u;
+        if (characters > width) {
+            break;
+        }
+    }
+    return text.substr(0, end);
+}
+
 std::string cell(const std::string& text, size_t width)
 {
     size_t characters = 0;
@@ -79,18 +92,27 @@ std::string cell(const std::string& text, size_t width)
     return text + std::string(characters < width ? width - characters : 0, ' ') + "  ";
 }
 
+// As wide as the terminal, so that no line breaks: they are counted to write over them.
 std::string tableOf(const Host::Hub& hub)
 {
-    std::string table = cell("NAME", 20) + cell("ROBOT", 8) + cell("ADDRESS", 18) + cell("ID", 16) +
-                        cell("FIRMWARE", 8) + cell("BATTERY", 16) + cell("RSSI", 8) + "SEEN\n";
+    struct winsize size = {};
+    const size_t width = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : size_t{80};
+    std::string table;
+    const auto add = [&](const std::string(&cells)[8]) {
+        constexpr size_t kWidths[] = {17, 5, 17, 6, 8, 14, 4, 16};
+        std::string line;
+        for (size_t i = 0; i < 8; ++i) {
+            line += cell(cells[i], kWidths[i]);
+        }
+        table += cut(line, width - 1) + '\n';
+    };
+    add({"NAME", "ROBOT", "ADDRESS", "SEEN", "FIRMWARE", "BATTERY", "RSSI", "ID"});
     for (const Host::Sighting& seen : hub.sightings()) {
         char age[32];
-        std::snprintf(age, sizeof age, "%.0f s ago", hub.now() - seen.lastSeen);
-        table += cell(shown(seen.info.name), 20) + cell(familyOf(seen.info.type), 8) + cell(shown(seen.id), 18) +
-                 cell(shown(seen.info.uniqueId), 16) + cell(firmwareOf(seen.info), 8) +
-                 cell(std::string(batteryInWords(seen.info.batteryLevel)) + (isCharging(seen.info) ? ", charging" : ""),
-                      16) +
-                 cell(seen.hasRssi ? std::to_string(seen.rssi) + " dBm" : "", 8) + age + '\n';
+        std::snprintf(age, sizeof age, "%.0f s", hub.now() - seen.lastSeen);
+        add({shown(seen.info.name), familyOf(seen.info.type), shown(seen.id), age, firmwareOf(seen.info),
+             std::string(batteryInWords(seen.info.batteryLevel)) + (isCharging(seen.info) ? ", charging" : ""),
+             seen.hasRssi ? std::to_string(seen.rssi) : "", shown(seen.info.uniqueId)});
     }
     return table;
 }

@@ -71,7 +71,7 @@ public:
     {
         const bool isTrouble = state == Host::SessionState::Pausing || (state == Host::SessionState::Ended && error);
         trouble = isTrouble ? "lost: " + inWords(error) : "";
-        if (isTrouble && !showsScreen) {
+        if (isTrouble && !showsScreen && !isPlayed) {
             std::cerr << "zkhal watch: " << shown(nameOf(robot)) << ": " << shown(trouble) << '\n';
         }
     }
@@ -113,6 +113,7 @@ public:
     std::string last, trouble, capture;
     ReportPicture picture;
     bool showsScreen = false;
+    bool isPlayed = false;  // from a capture, which ends
 
 private:
     void writeRow(const Host::RobotSession& robot, double seconds)
@@ -146,11 +147,12 @@ int watch(const WatchOptions& options)
         throw InputError{"virtual robots take no time in a pipe: say how long with --seconds, or --pace real"};
     }
     Host::SessionOptions sessionOptions;
-    sessionOptions.retries = options.robots.retries;
+    sessionOptions.retries = radio.isCapture() ? 0 : options.robots.retries;
     for (const std::string& name : radio.names()) {
         watchers.push_back(std::make_unique<Watcher>(options, radio.names().size() > 1));
         Watcher& watcher = *watchers.back();
         watcher.showsScreen = showsScreen;
+        watcher.isPlayed = radio.isCapture();
         watcher.session = &hub.open(name, sessionOptions, &watcher);
         if (!options.record.empty()) {
             watcher.session->record = [&watcher](const std::string& line) { watcher.capture += line; };
@@ -194,8 +196,8 @@ int watch(const WatchOptions& options)
     int status = kSuccess;
     for (size_t i = 0; i < watchers.size(); ++i) {
         Watcher& watcher = *watchers[i];
-        const bool isCapture = watcher.session->lastError().words == "the capture ends here";
-        if (watcher.session->state() == Host::SessionState::Ended && watcher.session->lastError() && !isCapture) {
+        if (watcher.session->state() == Host::SessionState::Ended && watcher.session->lastError() &&
+            !watcher.isPlayed) {
             status = kLostRobot;
         }
         watcher.session->disconnect();

@@ -22,13 +22,13 @@ int main(int argc, char** argv)
     zkhal::addRun(app, status);
     zkhal::addWatch(app, status);
     zkhal::addDrive(app, status);
+    zkhal::addShell(app, status);
+    zkhal::addDemo(app, status);
 #endif
     zkhal::addEncode(app, status);
     zkhal::addExplain(app, status);
     zkhal::addDecode(app, status);
     zkhal::addAdvert(app, status);
-    zkhal::addDemo(app, status);
-    zkhal::addShell(app, status);
     zkhal::addPuppet(app, status);
     zkhal::addVocabulary(app, status);
 #if ZKHAL_HAS_SOUND
