@@ -1,6 +1,5 @@
 // zkhal decode: captured sensor packets to JSON lines and a picture.
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -11,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "CaptureLine.h"
 #include "Commands.h"
 #include "CoreUtility/Json/nx_json.h"
 #include "HAL/MessagePacketizers/PacketizerInteraction.h"
@@ -34,60 +34,7 @@ struct DecodeOptions {
     std::vector<std::string> inputs;
 };
 
-// A line of a capture: a time, and one or two packets.
-struct CaptureLine {
-    bool hasTime = false;
-    double seconds = 0;
-    std::vector<uint8_t> bytes;
-};
-
 constexpr double kReportSeconds = 1.0 / 30;
-
-bool isReportSize(size_t bytes)
-{
-    return bytes == HAL_PACKET_SIZE || bytes == 2 * HAL_PACKET_SIZE;
-}
-
-// Packets as pairs of digits, or as longer runs of them; a short run among long ones is something else, like a time.
-bool isUniform(const std::string& text)
-{
-    constexpr size_t kPair = 2, kRun = 8;
-    size_t shortest = text.size(), longest = 0;
-    for (size_t begin = text.find_first_not_of(" \t\r"); begin != std::string::npos;) {
-        const size_t end = std::min(text.find_first_of(" \t\r", begin), text.size());
-        shortest = std::min(shortest, end - begin);
-        longest = std::max(longest, end - begin);
-        begin = text.find_first_not_of(" \t\r", end);
-    }
-    return longest == kPair || shortest >= kRun;
-}
-
-bool readPackets(const std::string& text, std::vector<uint8_t>& bytes, std::string& problem)
-{
-    bytes.clear();
-    if (!readHex(text, bytes, problem)) {
-        return false;
-    }
-    if (!isReportSize(bytes.size())) {
-        problem = "a report is one or two packets of 20 bytes, not " + std::to_string(bytes.size()) + " bytes";
-        return false;
-    }
-    return true;
-}
-
-bool readCaptureLine(const std::string& line, CaptureLine& capture, std::string& problem)
-{
-    if (isUniform(line)) {
-        return readPackets(line, capture.bytes, problem);
-    }
-    const size_t begin = line.find_first_not_of(" \t");
-    const size_t blank = std::min(line.find_first_of(" \t", begin), line.size());
-    const auto [end, error] = std::from_chars(line.data() + begin, line.data() + blank, capture.seconds);
-    const bool isTime = error == std::errc() && end == line.data() + blank && blank < line.size() &&
-                        capture.seconds >= 0 && capture.seconds < 1e9;
-    capture.hasTime = isTime;
-    return readPackets(isTime ? line.substr(blank) : line, capture.bytes, problem);
-}
 
 // The library reads the capture's times, so that the same capture gives the same result every time.
 class CaptureClock {
@@ -212,7 +159,8 @@ public:
     void decode(const std::string& line)
     {
         ++mNumber;
-        if (line.find_first_not_of(" \t\r") == std::string::npos || line[0] == '#') {
+        const size_t begin = line.find_first_not_of(" \t\r");
+        if (begin == std::string::npos || line[begin] == '#') {
             return;
         }
         CaptureLine capture;
@@ -272,6 +220,14 @@ private:
     size_t mNumber = 0;
 };
 
+bool endsInHex(const std::string& text)
+{
+    constexpr char kBlanks[] = " \t";
+    const size_t end = text.find_last_not_of(kBlanks) + 1;
+    const size_t begin = text.find_last_of(kBlanks, end - 1) + 1;
+    return text.substr(begin, end - begin).find_first_not_of("0123456789abcdefABCDEF.") == std::string::npos;
+}
+
 int decode(const DecodeOptions& options)
 {
     const std::vector<std::string>& inputs = options.inputs;
@@ -280,9 +236,8 @@ int decode(const DecodeOptions& options)
     if (!fromStdin) {
         file.open(inputs[0]);
     }
-    // What is no file is a report, unless it does not even begin like one.
-    const bool isFile =
-        fromStdin || file.is_open() || inputs[0].find_first_not_of("0123456789abcdefABCDEF. \t") != std::string::npos;
+    // What is no file is a report, unless it does not even end like one.
+    const bool isFile = fromStdin || file.is_open() || !endsInHex(inputs[0]);
     if (isFile && inputs.size() > 1) {
         throw InputError{"one capture at a time, not also " + inputs[1]};
     }
