@@ -117,7 +117,7 @@ private:
     Curve left{"left", kBlue, {}}, right{"right", kOrange, {}};
     Curve distanceLeft{"left", kBlue, {}}, distanceRight{"right", kOrange, {}}, distanceRear{"rear", kGreen, {}};
     Curve roll{"roll", kBlue, {}}, pitch{"pitch", kOrange, {}}, slope{"slope", kGreen, {}};
-    Curve battery{"battery", kBlue, {}};
+    Curve battery{"battery", kBlue, {}, false, true};
 };
 
 // The documents hold no texts, so brackets and commas are structure.
@@ -153,7 +153,9 @@ public:
           mTranslator(ZKTranslatorCreate(options.robotType), ZKTranslatorDestroy),
           mStart(BRSystemTime())
     {
-        HAL::PacketizerInteraction::initPacketQualityInfo(&mQuality);
+        for (HAL::packetQualityInfo& quality : mQuality) {
+            HAL::PacketizerInteraction::initPacketQualityInfo(&quality);
+        }
     }
 
     void decode(const std::string& line)
@@ -183,9 +185,9 @@ public:
             std::memcpy(packets[i].data, capture.bytes.data() + i * HAL_PACKET_SIZE, HAL_PACKET_SIZE);
             if (mOptions.quality) {
                 char text[400];
-                HAL::PacketizerInteraction::analyzeQuality(&mQuality, packets[i].data, HAL_PACKET_SIZE, text,
+                HAL::PacketizerInteraction::analyzeQuality(&mQuality[i], packets[i].data, HAL_PACKET_SIZE, text,
                                                            sizeof text);
-                std::cerr << text;
+                std::cerr << (i == 0 ? "first packets:  " : "second packets: ") << text;
             }
         }
         char json[ZK_MAX_REPORT_SIZE];
@@ -213,7 +215,8 @@ private:
     std::string mName;
     std::unique_ptr<CaptureClock> mClock;
     std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> mTranslator;
-    HAL::packetQualityInfo mQuality{};
+    // Each characteristic counts for itself: both packets of a report carry the same number.
+    HAL::packetQualityInfo mQuality[2] = {};
     Recording mRecording;
     double mStart;
     double mNext = 0;
@@ -267,7 +270,8 @@ void addDecode(CLI::App& app, int& status)
     CLI::App* command = app.add_subcommand("decode", "Turn captured sensor packets into JSON and a picture");
     addRobotOption(*command, options->robotType);
     command->add_flag("--pretty", options->pretty, "Indent the documents");
-    command->add_flag("--quality", options->quality, "A line about lost and repeated packets for each, on stderr");
+    command->add_flag("--quality", options->quality,
+                      "A line about lost and repeated packets for each packet, on stderr");
     command->add_flag("--live", options->live, "Take the wall clock for the time of each report");
     command->add_option("--svg", options->svg, "Draw the whole stream into a picture")->type_name("FILE");
     command->add_option("input", options->inputs, "A capture, - for standard input, or reports as hex")
@@ -277,7 +281,8 @@ void addDecode(CLI::App& app, int& status)
         "Each line of a capture is a report: 40 or 80 hex digits (one or two packets), with an optional time in "
         "seconds\n"
         "before it. Without times a report lasts 1/30 s. Lines that begin with # are comments. A malformed line is\n"
-        "reported with its number and skipped (exit status 1).\n\n"
+        "reported with its number and skipped (exit status 1).\n"
+        "--quality counts the first packets of the reports and the second ones apart.\n\n"
         "Examples:\n"
         "  zkhal decode examples/drive.capture\n"
         "  zkhal decode --svg drive.svg examples/drive.capture >drive.jsonl\n"
