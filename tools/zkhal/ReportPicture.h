@@ -20,7 +20,7 @@ private:
     Curve left{"left", kBlue, {}}, right{"right", kOrange, {}};
     Curve distanceLeft{"left", kBlue, {}}, distanceRight{"right", kOrange, {}}, distanceRear{"rear", kGreen, {}};
     Curve roll{"roll", kBlue, {}}, pitch{"pitch", kOrange, {}}, slope{"slope", kGreen, {}};
-    Curve battery{"battery", kBlue, {}};
+    Curve battery{"battery", kBlue, {}, false, true};
 };
 
 }  // namespace zkhal
