@@ -247,7 +247,7 @@ void Radio::onDevice(const std::string& path, const BusProperties& changed)
         mByPath[path] = robot->device.robot;
     }
     Device& device = robot->device;
-    const bool wasConnected = device.isConnected, wasResolved = device.isResolved;
+    const bool wasResolved = device.isResolved;
     const bool isNews = device.update(changed, !robot->link.isIdle() && !robot->link.isSeeking());
     device.seenAt = seconds();
     if (isNews && mWantsScan) {
@@ -257,8 +257,7 @@ void Radio::onDevice(const std::string& path, const BusProperties& changed)
     }
     const bool wasSeeking = robot->link.isSeeking();
     robot->link.onSeen();
-    const auto* const connected = Host::find<bool>(changed, "Connected");
-    if (wasConnected != device.isConnected || (connected && !*connected)) {
+    if (Host::find<bool>(changed, "Connected")) {
         robot->link.onConnectedChanged();
     }
     if (!wasResolved && device.isResolved) {

@@ -208,6 +208,9 @@ void FakeBluetoothd::connect(Robot& robot)
         mTree->change(robot.path, Bluez::kDevice, {{"Connected", true}});
     }
     mTree->change(robot.path, Bluez::kDevice, {{"Name", robot.gapName}});
+    if (ways.resolvesFirst) {
+        mTree->change(robot.path, Bluez::kDevice, {{"ServicesResolved", true}});
+    }
     const std::string service = robot.path + "/service0001";
     mTree->add(service, {{Bluez::kGattService, {{{"UUID", std::string(Simulator::VirtualRobot::service())}}, {}}}});
     for (const char* const uuid : robot.body->characteristics()) {

@@ -35,6 +35,7 @@ public:
     /** How it behaves; changed in run() only. */
     struct Ways {
         bool tellsConnected = true;
+        bool resolvesFirst = false;                           // tells that services are known before it tells them
         std::map<std::string, Host::BusError> failures = {};  // by method
         std::set<std::string> failsOnce = {};                 // methods whose failure is told once
         std::set<std::string> silent = {};                    // methods that are never answered
