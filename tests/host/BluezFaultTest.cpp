@@ -147,7 +147,7 @@ TEST_F(BluezTest, AdapterAndDaemonMayGoAndComeBack)
 
 TEST_F(BluezTest, WhatCannotBeUsedIsRefusedWithAHint)
 {
-    const std::string rfkill = testing::TempDir() + "/zkhal-rfkill", entry = rfkill + "/rfkill0/";
+    const std::string rfkill = bus.folder() + "/rfkill", entry = rfkill + "/rfkill0/";
     std::filesystem::create_directories(entry);
     std::ofstream(entry + "type") << "bluetooth\n";
     std::ofstream(entry + "name") << "hci0\n";
@@ -179,7 +179,6 @@ TEST_F(BluezTest, WhatCannotBeUsedIsRefusedWithAHint)
         const Program made(options);
         EXPECT_EQ(made.transport ? made.transport->description() : inWords(made.error), each.words);
     }
-    std::filesystem::remove_all(rfkill);
     daemon.reset();
     EXPECT_EQ(inWords(Program().error),
               "the Bluetooth service is not running (systemctl start bluetooth; Debian package bluez)");

@@ -20,6 +20,11 @@ public:
     {
         return mProblem;
     }
+    /** Of this bus alone, and gone with it. */
+    const std::string& folder() const
+    {
+        return mFolder;
+    }
     /** Everyone who is connected loses the bus. */
     void stop();
 
