@@ -51,6 +51,11 @@ expect "check refuses" 1 "" "~1:18: refused" "$zkhal" encode --check '{"100":{"i
 expect "more findings than are kept" 0 $'0D 00\n0D FF' "~... and more" "$zkhal" encode "$dir/many"
 printf '{"106":{"brightness":1}}\0{"1":{}}\n' >"$dir/zero"
 expect "a zero byte" 1 "" "$dir/zero:1: a zero byte is no text" "$zkhal" encode "$dir/zero"
+printf '\xEF\xBB\xBF{"106":{"brightness":1}}\r\n{"106":{"brightness":0}}\r\n' >"$dir/marked"
+expect "a byte order mark" 0 $'0D FF\n0D 00' "" "$zkhal" encode "$dir/marked"
+printf '\xFF\xFE{\0}\0' >"$dir/wide"
+expect "text of two bytes a character" 1 "" "zkhal encode: $dir/wide: this text is UTF-16: save it as UTF-8" \
+  "$zkhal" encode "$dir/wide"
 expect "no such file" 1 "" "zkhal encode: nowhere.json: No such file or directory" "$zkhal" encode nowhere.json
 expect "a folder" 1 "" "~Is a directory" "$zkhal" encode "$dir"
 expect "standard input" 0 "" "" "$zkhal" encode -
@@ -73,6 +78,8 @@ expect "sizes are told" 1 "~\"tm\"" "~capture:6: a report is one or two packets 
   "$zkhal" decode "$dir/capture"
 expect "a time of six decimals, and an indented remark" 0 "~\"tm\":18" "" \
   sh -c "printf '  # begins\n0.033333 $hex\n1e-3 $hex\n' | '$zkhal' decode"
+printf '\xEF\xBB\xBF0.5 %s\n' $hex >"$dir/capture"
+expect "a capture with a byte order mark" 0 "~\"tm\":18" "" "$zkhal" decode "$dir/capture"
 expect "an exponent in an argument" 0 "~\"tm\":18" "" "$zkhal" decode "1e-3 $hex"
 expect "a time before a packet that is cut off" 1 "" "~not 19 bytes" "$zkhal" decode "10 ${hex:2}"
 expect "bytes in pairs" 0 "~\"tm\":18" "" "$zkhal" decode "$(echo $hex | sed 's/../& /g')"
@@ -113,7 +120,7 @@ expect "a replay" 0 "~122 frames in " "" \
 grep -q '>Path<' "$dir/eight.svg" || { echo "no picture of a replay"; failures=$((failures + 1)); }
 printf 'operation, tAnim, tPose, x, y, theta, pan, tilt\nMEAS, 0.000000, 0.500000, 1.000000, 2.000000, 0.000000, 0.000000, 0.000000\n' >"$dir/measured.csv"
 expect "a log of the library" 0 '~"x":1.0000,"y":2.0000' "" "$zkhal" puppet --from 0 --to 1 "$dir/measured.csv"
-printf 't,x,y,theta,pan,tilt\n0,1,2\n' >"$dir/short.csv"
+printf '\xEF\xBB\xBFt,x,y,theta,pan,tilt\n0,1,2\n' >"$dir/short.csv"
 expect "a short line" 1 "" "~short.csv:2: six numbers are wanted, not 3" "$zkhal" puppet "$dir/short.csv"
 printf 'x\n' >"$dir/none.csv"
 expect "no recording" 1 "" "~none.csv:1: a recording begins with" "$zkhal" puppet "$dir/none.csv"

@@ -236,7 +236,7 @@ std::string converted(const std::string& text, uint32_t robotType)
 int animate(const AnimateOptions& options)
 {
     if (!options.list.empty()) {
-        return listFrames(options.list, readInput(options.list));
+        return listFrames(options.list, readBytes(options.list));
     }
     const std::string text = readInput(options.input);
     if (text.find('\0') != std::string::npos) {
@@ -373,7 +373,7 @@ void drawReplay(const ReplayOptions& options, const std::vector<Played>& played,
 
 int replay(const ReplayOptions& options)
 {
-    const std::string bytes = readInput(options.input);
+    const std::string bytes = readBytes(options.input);
     const Simulator::AnimationReading reading =
         Simulator::readAnimation(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
     std::vector<puppetPose_t> poses;

@@ -201,7 +201,7 @@ int makeSound(const SoundOptions& options)
 
 int showInfo(const std::string& path)
 {
-    const std::string bytes = readInput(path);
+    const std::string bytes = readBytes(path);
     const Simulator::SoundFileReading reading =
         Simulator::readSoundFile(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
     std::printf("%s: %zu frames of 1024 samples at %u Hz, %.3f s\n", path.c_str(), reading.frames.size(), reading.rate,
