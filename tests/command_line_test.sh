@@ -93,6 +93,10 @@ grep -q '>Battery<' "$dir/drive.svg" && grep -q '</svg>' "$dir/drive.svg" || { e
 expect "no folder for the picture" 1 "~\"tm\"" "~No such file or directory" "$zkhal" decode --svg "$dir/no/x.svg" "$hex"
 expect "an advertisement" 0 $'~"robot": "Orvik"' "" \
   "$zkhal" advert 03010010070301980A000000A1B2C30005206F6E2033 "Orvik num"
+expect "a Quill's second way to charge" 0 $'~"chargeMode": 2,\n  "charge": "charging",' "" "$zkhal" advert 0303000000000002
+expect "an application's language" 0 '~"language": "' "" "$zkhal" advert 0301000000000000000A
+expect "a bootloader has none" 0 '~"robot": "Orvik, bootloader"' "" "$zkhal" advert 0101000000000000000A
+grep -q '"language"' "$dir/out" && { echo "a bootloader has a language"; failures=$((failures + 1)); }
 expect "too long an advertisement" 1 "" "zkhal advert: Unexpected dataLength of 27" "$zkhal" advert "$(printf '00%.0s' $(seq 27))"
 
 # Virtual robots
