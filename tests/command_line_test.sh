@@ -135,6 +135,38 @@ expect "a file that is cut off" 1 "~0 frames" "~byte 0: the record is cut off" "
 expect "a robot without wheels" 1 "" "~does not drive" "$zkhal" replay --robot pell "$dir/SYSTPUPPET3AN"
 
 # Sounds, where there are any
+# tone FILE RATE HZ LEVEL: half a second that swells and fades; HZ 0: steps between half of full scale and LEVEL.
+tone() {
+  python3 - "$@" <<'END'
+import math, struct, sys, wave
+name, rate, hz, level = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), float(sys.argv[4])
+count = rate // 2
+def sample(i):
+    if hz == 0:
+        return int(level) if i // 50 % 2 == 0 else 16384
+    return round(32767 * level * math.sin(math.pi * i / count) ** 2 * math.sin(2 * math.pi * hz * i / rate))
+with wave.open(name, "wb") as out:
+    out.setparams((1, 2, rate, count, "NONE", ""))
+    out.writeframes(struct.pack("<%dh" % count, *(sample(i) for i in range(count))))
+END
+}
+if "$zkhal" --help | grep -q '^ *sound '; then
+  # The level that is left, as a part of what it was: 40 dB are 0.01, 0.5 dB are 0.944.
+  for each in "44100 12000 0 0.01" "44100 1000 0.944 1.06" "48000 9000 0 0.01" "8000 1000 0.944 1.06" "96000 6500 0.944 1.06"; do
+    read -r rate hz least most <<<"$each"
+    tone "$dir/tone.wav" "$rate" "$hz" 0.5
+    "$zkhal" sound --no-normalize "$dir/tone.wav" |
+      awk -v least="$least" -v most="$most" '$1 == "peak" { found = 1; part = $2 / 50 } END { exit !(found && part >= least && part <= most) }' ||
+      { echo "$hz Hz at $rate Hz: $("$zkhal" sound --no-normalize "$dir/tone.wav")"; failures=$((failures + 1)); }
+  done
+  for low in -32768 -32767; do
+    tone "$dir/steps.wav" 16000 0 $low
+    "$zkhal" sound "$dir/steps.wav" -o "$dir/STEPS$low" >"$dir/out"
+  done
+  cmp "$dir/STEPS-32768" "$dir/STEPS-32767" || failures=$((failures + 1))
+  tone "$dir/steps.wav" 44100 0 -32768
+  expect "the filter overshoots" 0 "~peak 100.0% of full scale, made 0.99 times as loud: 99.0%" "" "$zkhal" sound "$dir/steps.wav"
+fi
 if "$zkhal" --help | grep -q '^ *sound ' && command -v espeak-ng >/dev/null; then
   espeak-ng -w "$dir/hello.wav" "Hello, class"
   expect "a sound" 0 "~the sound file is" "" "$zkhal" sound "$dir/hello.wav" -o "$dir/HELLO"
