@@ -128,6 +128,11 @@ printf '\xEF\xBB\xBFt,x,y,theta,pan,tilt\n0,1,2\n' >"$dir/short.csv"
 expect "a short line" 1 "" "~short.csv:2: six numbers are wanted, not 3" "$zkhal" puppet "$dir/short.csv"
 printf 'x\n' >"$dir/none.csv"
 expect "no recording" 1 "" "~none.csv:1: a recording begins with" "$zkhal" puppet "$dir/none.csv"
+for time in nan -inf 1e99; do
+  expect "no time" 2 "" "~a number from -1e+09 to 1e+09, not '$time'" "$zkhal" puppet --to $time "$dir/measured.csv"
+done
+printf '\x81\x03' >"$dir/one"
+expect "one frame" 0 "~1 frame, 2 bytes, 0.003 s" "" "$zkhal" animate --list "$dir/one"
 printf '{"data":[{"duration":0.3,"commands":{}},{"duration":1,"commands":{}}]}' >"$dir/bad.json"
 expect "a refused sequence" 1 "" "~refused: frame 2: \"duration\" is written with a point: 1.0" "$zkhal" animate "$dir/bad.json"
 printf '\x43\x01' >"$dir/cut"
@@ -183,9 +188,21 @@ if "$zkhal" --help | grep -q '^ *sound ' && command -v espeak-ng >/dev/null; the
   expect "no such recording" 1 "" "~No such file" "$zkhal" sound "$dir/nowhere.wav"
 fi
 
+# The demonstration fails where a command of it does, in a pipe too.
+mkdir "$dir/build" "$dir/build/examples"
+for failing in explain decode animate; do
+  printf '#!/bin/sh\n[ "$1" = %s ] && exit 3\nexec "%s" "$@"\n' $failing "$zkhal" >"$dir/build/zkhal"
+  printf '#!/bin/sh\n' >"$dir/build/examples/host"
+  chmod +x "$dir/build/zkhal" "$dir/build/examples/host"
+  expect "a demonstration without $failing" 1 "~hello" "~status 3" scripts/demo "$dir/build"
+done
+
 expect "help" 0 "~zkhal encode --explain" "" "$zkhal" encode --help
 expect "version" 0 "~zkhal 0." "" "$zkhal" --version
 expect "no command" 2 "" "~subcommand is required" "$zkhal"
+expect "no such command" 2 "" "~'bogus' is no command."$'\n'"Commands: " "$zkhal" bogus
+expect "nearly a command" 2 "" "~'encdoe' is no command. Did you mean encode?" "$zkhal" encdoe '{}'
+expect "the beginning of a command" 2 "" "~Did you mean vocabulary?" "$zkhal" vocab
 expect "an unknown option" 2 "" "~--nope" "$zkhal" encode --nope
 expect "a full disk" 1 "" "zkhal: cannot write the result" sh -c "'$zkhal' explain 0D7F >/dev/full"
 

@@ -20,6 +20,7 @@
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Sound/NuSoundEncode.h"
 #include "CoreUtility/Sound/ZKSound.h"
+#include "HexText.h"
 #include "Input.h"
 #include "OutputFile.h"
 #include "Simulator/SoundFileReader.h"
@@ -255,13 +256,14 @@ int showInfo(const std::string& path)
     const std::string bytes = readBytes(path);
     const Simulator::SoundFileReading reading =
         Simulator::readSoundFile(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-    std::printf("%s: %zu frames of 1024 samples at %u Hz, %.3f s\n", path.c_str(), reading.frames.size(), reading.rate,
-                reading.seconds());
+    std::printf("%s: %s of 1024 samples at %u Hz, %.3f s\n", path.c_str(),
+                counted(reading.frames.size(), "frame").c_str(), reading.rate, reading.seconds());
     if (!reading.frames.empty()) {
         const auto [least, most] = std::minmax_element(reading.frames.begin(), reading.frames.end());
         const size_t sum = std::accumulate(reading.frames.begin(), reading.frames.end(), size_t{0});
-        std::printf("frames of %zu to %zu bytes, %zu in all; their own headers say %u Hz%s\n", *least, *most, sum,
-                    reading.adtsRate, reading.problems.empty() ? ", as robots expect" : "");
+        std::printf("frames of %zu%s bytes, %zu in all; their own headers say %u Hz%s\n", *least,
+                    *least == *most ? "" : (" to " + std::to_string(*most)).c_str(), sum, reading.adtsRate,
+                    reading.problems.empty() ? ", as robots expect" : "");
     }
     std::fflush(stdout);
     for (const std::string& problem : reading.problems) {
