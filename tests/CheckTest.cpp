@@ -145,6 +145,12 @@ const CheckCase kChecks[] = {
     {R"({"450":{"id":20},"451":{"id":65535}})", "1:18: refused: \"451\": a behaviour needs an \"id\" other than 65535",
      ZK_ROBOT_QUILL},
     {"7", "1:1: refused: a command document is an object of components, like {\"106\":{\"brightness\":1}}"},
+    {"{\n\u201C106\u201D:{}}",
+     "2:1: refused: not JSON: unexpected chars at \"\u201C106\u201D:{}}\": use straight double quotes (\")"},
+    {"{'106':{}}", "1:2: refused: not JSON: unexpected chars at \"'106':{}}\": use straight double quotes (\")"},
+    {"{\"300\":{\"file\":\u00ABA\u00BB}}",
+     "1:16: refused: not JSON: unexpected chars at \"\u00ABA\u00BB}}\": use straight double quotes (\")"},
+    {"{\"5000\":{\"name\":\"\u201CBo\u201D\"}x", "1:28: refused: not JSON: unexpected chars at \"x\""},
     {"{", "1:2: refused: not JSON: the text ends before the document does"},
 };
 

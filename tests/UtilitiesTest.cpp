@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "CoreUtility/ByteOrder.h"
+#include "CoreUtility/FormatText.h"
 #include "CoreUtility/Numbers.h"
 #include "CoreUtility/Text.h"
 #include "ZKHAL/Diagnostics.h"
@@ -127,6 +128,23 @@ TEST(UtilitiesTest, AComparedTextIsTheSameOnlyToItsEnd)
                 EXPECT_EQ(compared.isSameAsReadable(padded.c_str()), text == expected) << expected << ' ' << text;
             }
         }
+    }
+}
+
+TEST(UtilitiesTest, PrintableTextMovesNoTerminal)
+{
+    const struct {
+        const char *text, *shown;
+    } kCases[] = {
+        {"a\x1B[2J\x7F\n", "a?[2J??"},
+        {"\xC2\x80|\xC2\x9F|\xC2\xA0", "?|?|\xC2\xA0"},
+        {"Caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\xA4\x96", "Caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\xA4\x96"},
+        {"\xC3|\xC3\x28|\xE2\x82|\x80\xFF", "?|?(|??|??"},
+        {"\xC0\x80 \xE0\x80\x80 \xED\xA0\x80 \xF4\x90\x80\x80 \xF0\x8F\xBF\xBF", "?? ??? ??? ???? ????"},
+        {"\xF4\x8F\xBF\xBF\xED\x9F\xBF", "\xF4\x8F\xBF\xBF\xED\x9F\xBF"},
+    };
+    for (const auto& c : kCases) {
+        EXPECT_EQ(ZKHAL::printable(c.text), c.shown);
     }
 }
 

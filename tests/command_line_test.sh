@@ -51,6 +51,11 @@ expect "check refuses" 1 "" "~1:18: refused" "$zkhal" encode --check '{"100":{"i
 expect "more findings than are kept" 0 $'0D 00\n0D FF' "~... and more" "$zkhal" encode "$dir/many"
 printf '{"106":{"brightness":1}}\0{"1":{}}\n' >"$dir/zero"
 expect "a zero byte" 1 "" "$dir/zero:1: a zero byte is no text" "$zkhal" encode "$dir/zero"
+printf '\xEF\xBB\xBF{"106":{"brightness":1}}\r\n{"106":{"brightness":0}}\r\n' >"$dir/marked"
+expect "a byte order mark" 0 $'0D FF\n0D 00' "" "$zkhal" encode "$dir/marked"
+printf '\xFF\xFE{\0}\0' >"$dir/wide"
+expect "text of two bytes a character" 1 "" "zkhal encode: $dir/wide: this text is UTF-16: save it as UTF-8" \
+  "$zkhal" encode "$dir/wide"
 expect "no such file" 1 "" "zkhal encode: nowhere.json: No such file or directory" "$zkhal" encode nowhere.json
 expect "a folder" 1 "" "~Is a directory" "$zkhal" encode "$dir"
 expect "standard input" 0 "" "" "$zkhal" encode -
@@ -73,6 +78,8 @@ expect "sizes are told" 1 "~\"tm\"" "~capture:6: a report is one or two packets 
   "$zkhal" decode "$dir/capture"
 expect "a time of six decimals, and an indented remark" 0 "~\"tm\":18" "" \
   sh -c "printf '  # begins\n0.033333 $hex\n1e-3 $hex\n' | '$zkhal' decode"
+printf '\xEF\xBB\xBF0.5 %s\n' $hex >"$dir/capture"
+expect "a capture with a byte order mark" 0 "~\"tm\":18" "" "$zkhal" decode "$dir/capture"
 expect "an exponent in an argument" 0 "~\"tm\":18" "" "$zkhal" decode "1e-3 $hex"
 expect "a time before a packet that is cut off" 1 "" "~not 19 bytes" "$zkhal" decode "10 ${hex:2}"
 expect "bytes in pairs" 0 "~\"tm\":18" "" "$zkhal" decode "$(echo $hex | sed 's/../& /g')"
@@ -86,6 +93,10 @@ grep -q '>Battery<' "$dir/drive.svg" && grep -q '</svg>' "$dir/drive.svg" || { e
 expect "no folder for the picture" 1 "~\"tm\"" "~No such file or directory" "$zkhal" decode --svg "$dir/no/x.svg" "$hex"
 expect "an advertisement" 0 $'~"robot": "Orvik"' "" \
   "$zkhal" advert 03010010070301980A000000A1B2C30005206F6E2033 "Orvik num"
+expect "a Quill's second way to charge" 0 $'~"chargeMode": 2,\n  "charge": "charging",' "" "$zkhal" advert 0303000000000002
+expect "an application's language" 0 '~"language": "' "" "$zkhal" advert 0301000000000000000A
+expect "a bootloader has none" 0 '~"robot": "Orvik, bootloader"' "" "$zkhal" advert 0101000000000000000A
+grep -q '"language"' "$dir/out" && { echo "a bootloader has a language"; failures=$((failures + 1)); }
 expect "too long an advertisement" 1 "" "zkhal advert: Unexpected dataLength of 27" "$zkhal" advert "$(printf '00%.0s' $(seq 27))"
 
 # Virtual robots
@@ -113,10 +124,15 @@ expect "a replay" 0 "~122 frames in " "" \
 grep -q '>Path<' "$dir/eight.svg" || { echo "no picture of a replay"; failures=$((failures + 1)); }
 printf 'operation, tAnim, tPose, x, y, theta, pan, tilt\nMEAS, 0.000000, 0.500000, 1.000000, 2.000000, 0.000000, 0.000000, 0.000000\n' >"$dir/measured.csv"
 expect "a log of the library" 0 '~"x":1.0000,"y":2.0000' "" "$zkhal" puppet --from 0 --to 1 "$dir/measured.csv"
-printf 't,x,y,theta,pan,tilt\n0,1,2\n' >"$dir/short.csv"
+printf '\xEF\xBB\xBFt,x,y,theta,pan,tilt\n0,1,2\n' >"$dir/short.csv"
 expect "a short line" 1 "" "~short.csv:2: six numbers are wanted, not 3" "$zkhal" puppet "$dir/short.csv"
 printf 'x\n' >"$dir/none.csv"
 expect "no recording" 1 "" "~none.csv:1: a recording begins with" "$zkhal" puppet "$dir/none.csv"
+for time in nan -inf 1e99; do
+  expect "no time" 2 "" "~a number from -1e+09 to 1e+09, not '$time'" "$zkhal" puppet --to $time "$dir/measured.csv"
+done
+printf '\x81\x03' >"$dir/one"
+expect "one frame" 0 "~1 frame, 2 bytes, 0.003 s" "" "$zkhal" animate --list "$dir/one"
 printf '{"data":[{"duration":0.3,"commands":{}},{"duration":1,"commands":{}}]}' >"$dir/bad.json"
 expect "a refused sequence" 1 "" "~refused: frame 2: \"duration\" is written with a point: 1.0" "$zkhal" animate "$dir/bad.json"
 printf '\x43\x01' >"$dir/cut"
@@ -124,6 +140,38 @@ expect "a file that is cut off" 1 "~0 frames" "~byte 0: the record is cut off" "
 expect "a robot without wheels" 1 "" "~does not drive" "$zkhal" replay --robot pell "$dir/SYSTPUPPET3AN"
 
 # Sounds, where there are any
+# tone FILE RATE HZ LEVEL: half a second that swells and fades; HZ 0: steps between half of full scale and LEVEL.
+tone() {
+  python3 - "$@" <<'END'
+import math, struct, sys, wave
+name, rate, hz, level = sys.argv[1], int(sys.argv[2]), int(sys.argv[3]), float(sys.argv[4])
+count = rate // 2
+def sample(i):
+    if hz == 0:
+        return int(level) if i // 50 % 2 == 0 else 16384
+    return round(32767 * level * math.sin(math.pi * i / count) ** 2 * math.sin(2 * math.pi * hz * i / rate))
+with wave.open(name, "wb") as out:
+    out.setparams((1, 2, rate, count, "NONE", ""))
+    out.writeframes(struct.pack("<%dh" % count, *(sample(i) for i in range(count))))
+END
+}
+if "$zkhal" --help | grep -q '^ *sound '; then
+  # The level that is left, as a part of what it was: 40 dB are 0.01, 0.5 dB are 0.944.
+  for each in "44100 12000 0 0.01" "44100 1000 0.944 1.06" "48000 9000 0 0.01" "8000 1000 0.944 1.06" "96000 6500 0.944 1.06"; do
+    read -r rate hz least most <<<"$each"
+    tone "$dir/tone.wav" "$rate" "$hz" 0.5
+    "$zkhal" sound --no-normalize "$dir/tone.wav" |
+      awk -v least="$least" -v most="$most" '$1 == "peak" { found = 1; part = $2 / 50 } END { exit !(found && part >= least && part <= most) }' ||
+      { echo "$hz Hz at $rate Hz: $("$zkhal" sound --no-normalize "$dir/tone.wav")"; failures=$((failures + 1)); }
+  done
+  for low in -32768 -32767; do
+    tone "$dir/steps.wav" 16000 0 $low
+    "$zkhal" sound "$dir/steps.wav" -o "$dir/STEPS$low" >"$dir/out"
+  done
+  cmp "$dir/STEPS-32768" "$dir/STEPS-32767" || failures=$((failures + 1))
+  tone "$dir/steps.wav" 44100 0 -32768
+  expect "the filter overshoots" 0 "~peak 100.0% of full scale, made 0.99 times as loud: 99.0%" "" "$zkhal" sound "$dir/steps.wav"
+fi
 if "$zkhal" --help | grep -q '^ *sound ' && command -v espeak-ng >/dev/null; then
   espeak-ng -w "$dir/hello.wav" "Hello, class"
   expect "a sound" 0 "~the sound file is" "" "$zkhal" sound "$dir/hello.wav" -o "$dir/HELLO"
@@ -140,9 +188,21 @@ if "$zkhal" --help | grep -q '^ *sound ' && command -v espeak-ng >/dev/null; the
   expect "no such recording" 1 "" "~No such file" "$zkhal" sound "$dir/nowhere.wav"
 fi
 
+# The demonstration fails where a command of it does, in a pipe too.
+mkdir "$dir/build" "$dir/build/examples"
+for failing in explain decode animate; do
+  printf '#!/bin/sh\n[ "$1" = %s ] && exit 3\nexec "%s" "$@"\n' $failing "$zkhal" >"$dir/build/zkhal"
+  printf '#!/bin/sh\n' >"$dir/build/examples/host"
+  chmod +x "$dir/build/zkhal" "$dir/build/examples/host"
+  expect "a demonstration without $failing" 1 "~hello" "~status 3" scripts/demo "$dir/build"
+done
+
 expect "help" 0 "~zkhal encode --explain" "" "$zkhal" encode --help
 expect "version" 0 "~zkhal 0." "" "$zkhal" --version
 expect "no command" 2 "" "~subcommand is required" "$zkhal"
+expect "no such command" 2 "" "~'bogus' is no command."$'\n'"Commands: " "$zkhal" bogus
+expect "nearly a command" 2 "" "~'encdoe' is no command. Did you mean encode?" "$zkhal" encdoe '{}'
+expect "the beginning of a command" 2 "" "~Did you mean vocabulary?" "$zkhal" vocab
 expect "an unknown option" 2 "" "~--nope" "$zkhal" encode --nope
 expect "a full disk" 1 "" "zkhal: cannot write the result" sh -c "'$zkhal' explain 0D7F >/dev/full"
 

@@ -62,6 +62,26 @@ inline void copyToBuffer(char* buffer, size_t size, const char* text, size_t len
     buffer[kept] = '\0';
 }
 
+// How many bytes the UTF-8 character has that begins here, within size bytes; 0 if none does.
+inline size_t utf8Size(const char* text, size_t size)
+{
+    const auto byteAt = [=](size_t i) { return static_cast<unsigned char>(i < size ? text[i] : 0); };
+    const unsigned char first = byteAt(0), second = byteAt(1);
+    if (first < 0x80) {
+        return size > 0 ? 1 : 0;
+    }
+    // Overlong forms, surrogates and what lies beyond the last character are told by the second byte.
+    const bool isOdd = (first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
+                       (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F);
+    const size_t count = isOdd || first < 0xC2 || first > 0xF4 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    for (size_t i = 1; i < count; ++i) {
+        if ((byteAt(i) & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    return count;
+}
+
 // std::strcmp() == 0, and without a call for what differs early or is very short, as most keys are.
 inline bool isSameText(const char* a, const char* b)
 {

@@ -7,6 +7,11 @@ namespace Simulator {
 
 namespace {
 
+std::string countedBytes(size_t count)
+{
+    return std::to_string(count) + (count == 1 ? " byte" : " bytes");
+}
+
 constexpr uint8_t kMark = 0xFF;
 
 constexpr size_t kAdtsHeader = 7;
@@ -27,7 +32,7 @@ SoundFileReading readSoundFile(const uint8_t* data, size_t size)
     SoundFileReading reading;
     const auto problem = [&](const std::string& words) { reading.problems.push_back(words); };
     if (size < kSoundHeader) {
-        problem("it has " + std::to_string(size) + " bytes, less than a header");
+        problem("it has " + countedBytes(size) + ", less than a header");
         return reading;
     }
     if (data[0] != kSoundTag[0] || data[1] != kSoundTag[1]) {
@@ -42,7 +47,7 @@ SoundFileReading readSoundFile(const uint8_t* data, size_t size)
         reading.streamLength |= static_cast<size_t>(data[kSoundLengthAt + i]) << 8 * i;
     }
     if (reading.streamLength != size - kSoundHeader) {
-        problem("its header tells of " + std::to_string(reading.streamLength) + " bytes behind it, there are " +
+        problem("its header tells of " + countedBytes(reading.streamLength) + " behind it, there are " +
                 std::to_string(size - kSoundHeader));
     }
     if (data[kSoundMarkAt] != kMark) {

@@ -203,7 +203,11 @@ int decode(const DecodeOptions& options)
     Decoder decoder(options, fromStdin ? "stdin" : isFile ? inputs[0] : "argument");
     if (isFile) {
         std::istream& in = fromStdin ? std::cin : file;
-        for (std::string line; std::getline(in, line);) {
+        bool isFirst = true;
+        for (std::string line; std::getline(in, line); isFirst = false) {
+            if (isFirst) {
+                dropByteOrderMark(line, fromStdin ? "stdin" : inputs[0]);
+            }
             decoder.decode(line);
         }
     } else {

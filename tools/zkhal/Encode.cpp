@@ -123,8 +123,7 @@ int encode(const EncodeOptions& options)
         printPackets(packets, count, options.explain);
     }
     if (options.checkOnly && status == kSuccess) {
-        std::cout << documents.size() << (documents.size() == 1 ? " document" : " documents") << " accepted for "
-                  << robotName(options.robotType) << '\n';
+        std::cout << counted(documents.size(), "document") << " accepted for " << robotName(options.robotType) << '\n';
     }
     return status;
 }

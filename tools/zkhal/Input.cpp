@@ -7,7 +7,7 @@
 
 namespace zkhal {
 
-std::string readInput(const std::string& path)
+std::string readBytes(const std::string& path)
 {
     const bool isStdin = path == "-";
     std::FILE* file = isStdin ? stdin : std::fopen(path.c_str(), "rb");
@@ -26,6 +26,25 @@ std::string readInput(const std::string& path)
         throw InputError{path + ": " + std::strerror(errno)};
     }
     return text;
+}
+
+std::string readInput(const std::string& path)
+{
+    std::string text = readBytes(path);
+    dropByteOrderMark(text, path);
+    return text;
+}
+
+void dropByteOrderMark(std::string& text, const std::string& name)
+{
+    const std::string first = text.substr(0, 2);
+    if (first == "\xFF\xFE" || first == "\xFE\xFF") {
+        throw InputError{name + ": this text is UTF-16: save it as UTF-8"};
+    }
+    constexpr char kMark[] = "\xEF\xBB\xBF";
+    if (text.compare(0, 3, kMark) == 0) {
+        text.erase(0, 3);
+    }
 }
 
 }  // namespace zkhal

@@ -10,7 +10,13 @@ struct InputError {
     std::string message;
 };
 
-// A file, or "-" for standard input.
+// The bytes of a file, or of standard input for "-".
+std::string readBytes(const std::string& path);
+
+// The same for text: without the byte order mark that some editors begin it with.
 std::string readInput(const std::string& path);
+
+// Takes the mark off the beginning of text. Throws for UTF-16, which is as good as no text here.
+void dropByteOrderMark(std::string& text, const std::string& name);
 
 }  // namespace zkhal

@@ -3,28 +3,9 @@
 #include <charconv>
 #include <cmath>
 
+#include "CoreUtility/Text.h"
+
 namespace zkhal {
-
-namespace {
-
-// How many bytes continue the UTF-8 character that begins at i; 0 if none begins there.
-size_t continuationBytes(const std::string& text, size_t i)
-{
-    const auto byteAt = [&text](size_t at) { return static_cast<unsigned char>(at < text.size() ? text[at] : 0); };
-    const unsigned char byte = byteAt(i), next = byteAt(i + 1);
-    // Overlong forms, surrogates and what lies beyond the last character are told by the second byte.
-    const bool isOdd = (byte == 0xE0 && next < 0xA0) || (byte == 0xED && next > 0x9F) ||
-                       (byte == 0xF0 && next < 0x90) || (byte == 0xF4 && next > 0x8F);
-    const size_t count = isOdd || byte < 0xC2 || byte > 0xF4 ? 0 : byte < 0xE0 ? 1 : byte < 0xF0 ? 2 : 3;
-    for (size_t k = 1; k <= count; ++k) {
-        if ((byteAt(i + k) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    return count;
-}
-
-}  // namespace
 
 std::string jsonNumber(double value)
 {
@@ -46,9 +27,9 @@ std::string jsonText(const std::string& text)
         const char c = text[i];
         const auto byte = static_cast<unsigned char>(c);
         if (byte >= 0x80) {
-            const size_t more = continuationBytes(text, i);
-            out += more > 0 ? text.substr(i, more + 1) : "\\ufffd";
-            i += more;
+            const size_t size = ZKHAL::utf8Size(text.data() + i, text.size() - i);
+            out += size > 0 ? text.substr(i, size) : "\\ufffd";
+            i += size > 0 ? size - 1 : 0;
         } else if (c == '"' || c == '\\') {
             out += {'\\', c};
         } else if (byte < 0x20 || byte == 0x7F) {

@@ -184,7 +184,8 @@ int listFrames(const std::string& name, const std::string& bytes)
         }
         at += frame.wait_ms;
     }
-    std::printf("%zu frames, %zu bytes, %.3f s\n", reading.frames.size(), bytes.size(), at / 1000);
+    std::printf("%s, %s, %.3f s\n", counted(reading.frames.size(), "frame").c_str(),
+                counted(bytes.size(), "byte").c_str(), at / 1000);
     if (!reading.problem.empty()) {
         std::fflush(stdout);
         std::cerr << name << ": byte " << reading.problemAt << ": " << reading.problem << '\n';
@@ -198,7 +199,7 @@ void tellFindings(const std::string& name, const std::string& lines)
 {
     struct Finding {
         std::string words, line;
-        int count;
+        size_t count;
     };
     std::vector<Finding> findings;
     const bool isCut = lines.find("\n... and more") != std::string::npos;
@@ -219,7 +220,7 @@ void tellFindings(const std::string& name, const std::string& lines)
     for (const Finding& each : findings) {
         std::cerr << name << ':' << each.line;
         if (each.count > 1) {
-            std::cerr << " (and " << (isCut ? "at least " : "") << each.count - 1 << " times more)";
+            std::cerr << " (and " << (isCut ? "at least " : "") << counted(each.count - 1, "more time") << ')';
         }
         std::cerr << '\n';
     }
@@ -236,7 +237,7 @@ std::string converted(const std::string& text, uint32_t robotType)
 int animate(const AnimateOptions& options)
 {
     if (!options.list.empty()) {
-        return listFrames(options.list, readInput(options.list));
+        return listFrames(options.list, readBytes(options.list));
     }
     const std::string text = readInput(options.input);
     if (text.find('\0') != std::string::npos) {
@@ -315,8 +316,8 @@ std::vector<Played> play(const ReplayOptions& options, const Simulator::Animatio
     }
     const ZKVirtualRobotState& state = robot->state();
     if (state.packetsUnreadable + state.commandsIgnored > 0) {
-        std::cerr << "the robot could not use " << state.packetsUnreadable + state.commandsIgnored
-                  << " packets or commands: " << state.problem << '\n';
+        std::cerr << "packets or commands that the robot could not use: "
+                  << state.packetsUnreadable + state.commandsIgnored << ": " << state.problem << '\n';
     }
     return played;
 }
@@ -373,7 +374,7 @@ void drawReplay(const ReplayOptions& options, const std::vector<Played>& played,
 
 int replay(const ReplayOptions& options)
 {
-    const std::string bytes = readInput(options.input);
+    const std::string bytes = readBytes(options.input);
     const Simulator::AnimationReading reading =
         Simulator::readAnimation(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
     std::vector<puppetPose_t> poses;
@@ -385,7 +386,7 @@ int replay(const ReplayOptions& options)
     for (const Simulator::AnimationFrame& frame : reading.frames) {
         seconds += frame.wait_ms / 1000.0;
     }
-    std::printf("%zu frames in %.3f s", reading.frames.size(), seconds);
+    std::printf("%s in %.3f s", counted(reading.frames.size(), "frame").c_str(), seconds);
     if (!played.empty()) {
         const puppetPose_t& end = played.back().pose;
         std::printf("; it comes to rest at x %.1f cm, y %.1f cm, heading %.1f degrees", static_cast<double>(end.x),
@@ -438,8 +439,11 @@ void addPuppet(CLI::App& app, int& status)
 
     auto puppet = std::make_shared<PuppetOptions>();
     command = app.add_subcommand("puppet", "Turn a recording into an animation sequence");
-    command->add_option("--from", puppet->from, "From the last pose at or before this time in seconds (default 0)");
-    command->add_option("--to", puppet->to, "Up to the last pose at or before this time; -1 is the end (default)");
+    const CLI::Validator time = finiteRange(-1e9, 1e9).description("");
+    command->add_option("--from", puppet->from, "From the last pose at or before this time in seconds (default 0)")
+        ->check(time);
+    command->add_option("--to", puppet->to, "Up to the last pose at or before this time; -1 is the end (default)")
+        ->check(time);
     command->add_option("-o,--output", puppet->output, "The sequence; without it, stdout")->type_name("FILE");
     command->add_option("recording", puppet->input, "The recording, - for standard input")
         ->type_name("RECORDING.csv")

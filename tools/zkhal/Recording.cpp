@@ -58,9 +58,7 @@ std::vector<Internal::puppetPose_t> readRecording(const std::string& name, const
     int number = 0;
     for (size_t at = 0, end; at < text.size(); at = end + 1) {
         end = std::min(text.find('\n', at), text.size());
-        constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
-        const bool isMarked = at == 0 && text.compare(0, 3, kByteOrderMark) == 0;
-        const std::string line = trimmed(text.substr(isMarked ? 3 : at, end - (isMarked ? 3 : at)));
+        const std::string line = trimmed(text.substr(at, end - at));
         const std::string place = name + ":" + std::to_string(++number) + ": ";
         if (line.empty()) {
             continue;

@@ -3,38 +3,20 @@
 #include <string>
 
 #include "CoreUtility/FormatText.h"
-#include "ZKHAL/ZKRobotType.h"
+#include "ZKHAL/Vocabulary.h"
 
 namespace zkhal {
-
-namespace {
-
-struct RobotRow {
-    const char* option;
-    const char* name;
-    uint32_t type;
-};
-constexpr RobotRow kRobots[] = {
-    {"orvik", "Orvik", ZK_ROBOT_ORVIK},
-    {"pell", "Pell", ZK_ROBOT_PELL},
-    {"quill", "Quill", ZK_ROBOT_QUILL},
-    {"rusk", "Rusk", ZK_ROBOT_RUSK},
-};
-
-}  // namespace
 
 CLI::Option* addRobotOption(CLI::App& app, uint32_t& robotType)
 {
     CLI::Option* option = app.add_option_function<std::string>(
         "--robot",
         [&robotType](const std::string& text) {
-            for (const RobotRow& robot : kRobots) {
-                if (CLI::detail::to_lower(text) == robot.option) {
-                    robotType = robot.type;
-                    return;
-                }
-            }
-            if (!CLI::detail::lexical_cast(text, robotType) || text[0] == '-') {
+            ZKRobotTypeInfo robot = {};
+            robot.size = sizeof robot;
+            if (ZKFindRobotType(text.c_str(), &robot)) {
+                robotType = robot.type;
+            } else if (!CLI::detail::lexical_cast(text, robotType) || text[0] == '-') {
                 throw CLI::ValidationError("--robot", "orvik, pell, quill, rusk or a type code, not '" + text + "'");
             }
         },
@@ -44,12 +26,10 @@ CLI::Option* addRobotOption(CLI::App& app, uint32_t& robotType)
 
 std::string robotName(uint32_t robotType)
 {
-    for (const RobotRow& robot : kRobots) {
-        if (robot.type == robotType) {
-            return std::string(robot.name) + " (" + std::to_string(robotType) + ")";
-        }
-    }
-    return std::to_string(robotType);
+    ZKRobotTypeInfo robot = {};
+    robot.size = sizeof robot;
+    const std::string code = std::to_string(robotType);
+    return ZKFindRobotType(code.c_str(), &robot) ? std::string(robot.words) + " (" + code + ")" : code;
 }
 
 CLI::Validator finiteRange(double low, double high)

@@ -2,22 +2,25 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <numeric>
 #include <string>
 #include <vector>
 
+#include <samplerate.h>
 #include <sndfile.h>
 #include <unistd.h>
 
 #include "Commands.h"
 #include "CoreUtility/FormatText.h"
 #include "CoreUtility/Numbers.h"
-#include "CoreUtility/Sound/aflibConverter.h"
 #include "CoreUtility/Sound/NuSoundEncode.h"
 #include "CoreUtility/Sound/ZKSound.h"
+#include "HexText.h"
 #include "Input.h"
 #include "OutputFile.h"
 #include "Simulator/SoundFileReader.h"
@@ -34,11 +37,80 @@ struct SoundOptions {
 };
 
 struct Recording {
-    std::vector<int16_t> samples;  // mono
-    int rate;                      // Hz
-    int channels;                  // that it had
+    std::vector<int16_t> samples;  // mono, at the robot's rate
+    double seconds;
+    int rate;      // Hz, that it had
+    int channels;  // that it had
     std::string kind;
 };
+
+// To the robot's rate, without what a lower rate cannot hold.
+class RateConverter {
+public:
+    RateConverter(int rate, const std::string& path)
+        : mRatio(static_cast<double>(kRobotSoundRate) / rate), mState(nullptr, src_delete)
+    {
+        if (rate != kRobotSoundRate) {
+            int error = 0;
+            mState.reset(src_is_valid_ratio(mRatio) != 0 ? src_new(SRC_SINC_BEST_QUALITY, 1, &error) : nullptr);
+            if (mState == nullptr) {
+                throw InputError{path + ": a rate of " + std::to_string(rate) + " Hz cannot be converted"};
+            }
+        }
+    }
+
+    // Appends to out. After the last samples comes what is still under way.
+    void convert(const std::vector<float>& in, bool isLast, std::vector<float>& out)
+    {
+        if (mState == nullptr) {
+            out.insert(out.end(), in.begin(), in.end());
+            return;
+        }
+        float converted[4096];
+        SRC_DATA data = {};
+        data.data_in = in.data();
+        data.input_frames = static_cast<long>(in.size());
+        data.data_out = converted;
+        data.output_frames = std::size(converted);
+        data.src_ratio = mRatio;
+        data.end_of_input = isLast ? 1 : 0;
+        do {
+            if (const int error = src_process(mState.get(), &data); error != 0) {
+                throw InputError{std::string("the sample rate: ") + src_strerror(error)};
+            }
+            out.insert(out.end(), converted, converted + data.output_frames_gen);
+            data.data_in += data.input_frames_used;
+            data.input_frames -= data.input_frames_used;
+        } while (data.output_frames_gen > 0 || data.input_frames_used > 0);
+    }
+
+private:
+    double mRatio;
+    std::unique_ptr<SRC_STATE, decltype(&src_delete)> mState;
+};
+
+float peakOf(const std::vector<float>& samples)
+{
+    float peak = 0;
+    for (const float sample : samples) {
+        peak = std::max(peak, std::abs(sample));
+    }
+    return peak;
+}
+
+// To 16 bits and never to -32768, which has no positive counterpart: the level is measured without it, and it would
+// wrap when it is made louder. What is beyond full scale is brought down to it as a whole.
+std::vector<int16_t> quantized(const std::vector<float>& samples)
+{
+    const double scale = 32768 / static_cast<double>(std::max(peakOf(samples), 1.0f));
+    std::vector<int16_t> result;
+    result.reserve(samples.size());
+    for (const float sample : samples) {
+        const int64_t value = ZKHAL::roundHalfAway(static_cast<double>(sample) * scale);
+        result.push_back(static_cast<int16_t>(std::clamp<int64_t>(value, -32767, 32767)));
+    }
+    return result;
+}
 
 // Everything that libsndfile reads, mixed to one channel.
 Recording readRecording(const std::string& path)
@@ -51,32 +123,36 @@ Recording readRecording(const std::string& path)
     SF_FORMAT_INFO format = {};
     format.format = info.format & SF_FORMAT_TYPEMASK;
     sf_command(nullptr, SFC_GET_FORMAT_INFO, &format, sizeof format);
-    Recording recording = {{}, info.samplerate, info.channels, format.name != nullptr ? format.name : "sound"};
+    Recording recording = {{}, 0, info.samplerate, info.channels, format.name != nullptr ? format.name : "sound"};
+    RateConverter converter(info.samplerate, path);
     const auto channels = static_cast<size_t>(info.channels);
     constexpr size_t kFrames = 4096;
     constexpr double kLongest = 3600;  // seconds
-    std::vector<float> buffer(kFrames * channels), mixed;
+    constexpr float kMost = 1e30f;     // what is beyond, or is no number, is damage
+    std::vector<float> buffer(kFrames * channels), mixed, converted;
     float peak = 0;
-    for (sf_count_t read; (read = sf_readf_float(file.get(), buffer.data(), kFrames)) > 0;) {
+    sf_count_t frames = 0;
+    for (sf_count_t read; (read = sf_readf_float(file.get(), buffer.data(), kFrames)) > 0; frames += read) {
+        mixed.clear();
         for (size_t i = 0; i < static_cast<size_t>(read); ++i) {
             float sum = 0;
             for (size_t channel = 0; channel < channels; ++channel) {
                 sum += buffer[i * channels + channel];
             }
             const float mean = sum / static_cast<float>(channels);
-            mixed.push_back(std::isfinite(mean) ? mean : 0);
-            peak = std::max(peak, std::abs(mixed.back()));
+            mixed.push_back(std::abs(mean) < kMost ? mean : 0);
         }
-        if (static_cast<double>(mixed.size()) / recording.rate > kLongest) {
+        peak = std::max(peak, peakOf(mixed));
+        converter.convert(mixed, false, converted);
+        if (static_cast<double>(frames) / recording.rate > kLongest) {
             throw InputError{path + ": it is longer than an hour"};
         }
     }
-    if (sf_error(file.get()) != SF_ERR_NO_ERROR ||
-        (info.seekable != 0 && mixed.size() < static_cast<size_t>(info.frames))) {
-        throw InputError{path + ": it is damaged, only " +
-                         ZKHAL::plainNumber(static_cast<double>(mixed.size()) / recording.rate) + " s can be read"};
+    recording.seconds = static_cast<double>(frames) / recording.rate;
+    if (sf_error(file.get()) != SF_ERR_NO_ERROR || (info.seekable != 0 && frames < info.frames)) {
+        throw InputError{path + ": it is damaged, only " + ZKHAL::plainNumber(recording.seconds) + " s can be read"};
     }
-    if (mixed.empty()) {
+    if (frames == 0) {
         throw InputError{path + ": there are no samples in it"};
     }
     if (peak > 1) {
@@ -85,34 +161,10 @@ Recording readRecording(const std::string& path)
     } else if (peak == 0) {
         std::cerr << path << ": it is silent\n";
     }
-    const float scale = 32768 / std::max(peak, 1.0f);
-    recording.samples.reserve(mixed.size());
-    for (const float sample : mixed) {
-        recording.samples.push_back(static_cast<int16_t>(
-            std::min<int64_t>(ZKHAL::roundHalfAway(static_cast<double>(sample) * static_cast<double>(scale)), 32767)));
-    }
+    mixed.clear();
+    converter.convert(mixed, true, converted);
+    recording.samples = quantized(converted);
     return recording;
-}
-
-// Rates beyond 16 bits too.
-std::vector<int16_t> atRobotRate(const Recording& recording)
-{
-    if (recording.rate == kRobotSoundRate) {
-        return recording.samples;
-    }
-    const double factor = static_cast<double>(kRobotSoundRate) / recording.rate;
-    const double count = std::floor(static_cast<double>(recording.samples.size()) * factor);
-    constexpr double kMost = 1 << 30;
-    aflibConverter converter(false, true, false);
-    converter.initialize(factor, 1, 1.0);
-    std::vector<int16_t> result(count <= kMost ? static_cast<size_t>(count) : 0, 0);
-    int used = static_cast<int>(std::min(recording.samples.size(), static_cast<size_t>(kMost)));
-    if (count > kMost ||
-        converter.resample(used, static_cast<int>(result.size()), recording.samples.data(), result.data()) < 0) {
-        throw InputError{"a sound of " + std::to_string(recording.samples.size()) + " samples at " +
-                         std::to_string(recording.rate) + " Hz cannot be converted"};
-    }
-    return result;
 }
 
 int peakOf(const std::vector<int16_t>& samples)
@@ -158,13 +210,13 @@ int makeSound(const SoundOptions& options)
 {
     std::FILE* const talk = options.output == "-" ? stderr : stdout;
     const Recording recording = readRecording(options.input);
-    std::vector<int16_t> samples = atRobotRate(recording);
+    std::vector<int16_t> samples = recording.samples;
     if (samples.empty()) {
         throw InputError{options.input + ": it is too short for a sample at " + std::to_string(kRobotSoundRate) +
                          " Hz"};
     }
     std::fprintf(talk, "%s: %s, %.3f s, %d Hz, %d channel%s\n", options.input.c_str(), recording.kind.c_str(),
-                 static_cast<double>(recording.samples.size()) / recording.rate, recording.rate, recording.channels,
+                 recording.seconds, recording.rate, recording.channels,
                  recording.channels == 1 ? "" : "s, mixed to one");
     const int before = peakOf(samples);
     if (!options.isAsLoudAsItIs) {
@@ -201,16 +253,17 @@ int makeSound(const SoundOptions& options)
 
 int showInfo(const std::string& path)
 {
-    const std::string bytes = readInput(path);
+    const std::string bytes = readBytes(path);
     const Simulator::SoundFileReading reading =
         Simulator::readSoundFile(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-    std::printf("%s: %zu frames of 1024 samples at %u Hz, %.3f s\n", path.c_str(), reading.frames.size(), reading.rate,
-                reading.seconds());
+    std::printf("%s: %s of 1024 samples at %u Hz, %.3f s\n", path.c_str(),
+                counted(reading.frames.size(), "frame").c_str(), reading.rate, reading.seconds());
     if (!reading.frames.empty()) {
         const auto [least, most] = std::minmax_element(reading.frames.begin(), reading.frames.end());
         const size_t sum = std::accumulate(reading.frames.begin(), reading.frames.end(), size_t{0});
-        std::printf("frames of %zu to %zu bytes, %zu in all; their own headers say %u Hz%s\n", *least, *most, sum,
-                    reading.adtsRate, reading.problems.empty() ? ", as robots expect" : "");
+        std::printf("frames of %zu%s bytes, %zu in all; their own headers say %u Hz%s\n", *least,
+                    *least == *most ? "" : (" to " + std::to_string(*most)).c_str(), sum, reading.adtsRate,
+                    reading.problems.empty() ? ", as robots expect" : "");
     }
     std::fflush(stdout);
     for (const std::string& problem : reading.problems) {
@@ -233,8 +286,8 @@ void addSound(CLI::App& app, int& status)
     auto* input =
         command->add_option("input", options->input, "A recording: WAV, FLAC, OGG, MP3, ...")->type_name("RECORDING");
     command->footer(
-        "The recording is mixed to one channel, converted to 16000 Hz, brought to full level (at most five times as\n"
-        "loud) and encoded with two bits for each sample.\n\n"
+        "The recording is mixed to one channel, converted to 16000 Hz (without what is above 8000 Hz), brought to\n"
+        "full level (at most five times as loud) and encoded with two bits for each sample.\n\n"
         "Examples:\n"
         "  zkhal sound speech.wav -o HELLO\n"
         "  zkhal sound --info HELLO");

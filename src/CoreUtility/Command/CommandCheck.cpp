@@ -14,6 +14,19 @@ namespace {
 
 constexpr char kDocument[] = "a command document is an object of components, like {\"106\":{\"brightness\":1}}";
 
+// What a word processor, or another language, writes where JSON has its straight double quotes.
+const char* quotesHint(const char* text)
+{
+    constexpr const char* kOtherQuotes[] = {"\u201C", "\u201D", "\u201E", "\u2018", "\u2019",
+                                            "\u201A", "\u00AB", "\u00BB", "'"};
+    for (const char* quote : kOtherQuotes) {
+        if (std::strncmp(text, quote, std::strlen(quote)) == 0) {
+            return ": use straight double quotes (\")";
+        }
+    }
+    return "";
+}
+
 }  // namespace
 
 bool isObjectText(const char* text, const ZKHAL::JsonDocument& document, const nx_json* root, const char* ofWhat,
@@ -25,7 +38,8 @@ bool isObjectText(const char* text, const ZKHAL::JsonDocument& document, const n
         const std::string rest(text + offset, std::strcspn(text + offset, "\r\n"));
         const bool isEnd = text[offset] == '\0';
         findings.refuse(offset, isEnd ? std::string("not JSON: the text ends before the document does")
-                                      : formatted("not JSON: %s at ", error.reason) + quoted(rest.c_str()));
+                                      : formatted("not JSON: %s at ", error.reason) + quoted(rest.c_str()) +
+                                            quotesHint(rest.c_str()));
         return false;
     }
     if (root->type != NX_JSON_OBJECT) {
