@@ -82,5 +82,44 @@ TEST(CaptureLineTest, WhatIsNoReportIsRefusedWithTheReason)
     }
 }
 
+TEST(CaptureLineTest, PacketsOfASessionBecomeReports)
+{
+    // What comes of each line: nothing, a time and how many bytes, or a refusal.
+    const struct {
+        const char* line;
+        const char* result;
+    } kLines[] = {
+        {"0.015000 * advertisement 030100 \"Virtual Orv\"", "-"},
+        {"0.100000 < AF230003 0012000800000010000000000000000000000000", "-"},
+        {"0.110000 < AF230001 C8783403", "-"},
+        {"0.115000 > AF230002 01012CFED4", "-"},
+        {"0.120000 < AF230006 0000000000000000000000000000000000000000", "0.12 40"},
+        {"0.130000 < AF230003 1012000800000010000000000000000000000000", "-"},
+        {"0.160000 < AF230003 2012000800000010000000000000000000000000", "0.13 20"},
+        {"0.170000 < AF230006 1000000000000000000000000000000000000000", "-"},
+        {"0.180000 < AF230006 2000000000000000000000000000000000000000", "0.18 40"},
+        {"0.190000 < AF230006 2000000000000000000000000000000000000000", "-"},
+        {"0.200000 < AF230003 30120008", "a report is one or two packets of 20 bytes, not 4 bytes"},
+        {"0.300000 0012000800000010000000000000000000000000", "0.3 20"},
+        {"0.310000 < AF230003 3012000800000010000000000000000000000000", "-"},
+        {nullptr, "0.31 20"},
+        {nullptr, "-"},
+    };
+    CaptureReader reader;
+    for (const auto& each : kLines) {
+        SCOPED_TRACE(each.line ? each.line : "the end");
+        CaptureLine report;
+        std::string problem;
+        const CaptureReader::Line kind =
+            each.line != nullptr ? reader.read(each.line, report, problem) : reader.finish(report);
+        char got[80];
+        std::snprintf(got, sizeof got, "%g %zu", report.seconds, report.bytes.size());
+        EXPECT_EQ(kind == CaptureReader::Line::Bad      ? problem
+                  : kind == CaptureReader::Line::Report ? got
+                                                        : "-",
+                  each.result);
+    }
+}
+
 }  // namespace
 }  // namespace zkhal

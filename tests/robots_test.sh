@@ -37,6 +37,7 @@ expect "lights on a Pell" 0 'done: ' "$zkhal" run examples/lights.jsonl --robot 
 expect "a capture is played" 0 'done: 4[0-9][0-9] reports' "$zkhal" run --robot "capture:$dir/square.capture" <(printf '{"wait":13.5}\n')
 "$zkhal" watch --robot "capture:$dir/square.capture" --json >"$dir/played"
 [ "$(grep -c '^{"tm"' "$dir/played")" -gt 400 ] || fail "a capture is watched: $(wc -l <"$dir/played") reports"
+"$zkhal" decode "$dir/square.capture" | cmp -s - "$dir/played" || fail "decode and watch read a recording differently"
 
 # Faults of lessons, with their places; nothing is sent then.
 while IFS='|' read -r line pattern; do

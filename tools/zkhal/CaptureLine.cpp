@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
+#include <utility>
 
 #include "CoreUtility/FormatText.h"
 #include "HexText.h"
@@ -13,6 +15,7 @@ namespace {
 
 constexpr char kBlanks[] = " \t\r\n";
 constexpr char kHexDigits[] = "0123456789abcdefABCDEF";
+constexpr char kFirstPackets[] = "AF230003", kSecondPackets[] = "AF230006";  // characteristics
 constexpr double kMostSeconds = 1e9;  // microseconds are counted from there in 64 bits
 
 bool isReportSize(size_t bytes)
@@ -53,6 +56,32 @@ bool readPackets(const std::string& text, std::vector<uint8_t>& bytes, std::stri
     return true;
 }
 
+// "T KIND REST" of a session's recording; KIND is one of * < >.
+struct SessionLine {
+    double seconds;
+    char kind;
+    std::string rest;
+};
+
+bool readSessionLine(const std::string& line, SessionLine& out)
+{
+    const size_t begin = std::min(line.find_first_not_of(kBlanks), line.size());
+    const size_t end = endOfToken(line, begin);
+    const size_t kind = line.find_first_not_of(kBlanks, end);
+    if (kind == std::string::npos || std::string("*<>").find(line[kind]) == std::string::npos ||
+        endOfToken(line, kind) != kind + 1) {
+        return false;
+    }
+    out.kind = line[kind];
+    out.rest = line.substr(std::min(line.find_first_not_of(kBlanks, kind + 1), line.size()));
+    return readNumber(line.substr(begin, end - begin), out.seconds) && out.seconds >= 0 && out.seconds < kMostSeconds;
+}
+
+unsigned numberOf(const CaptureLine& packet)
+{
+    return packet.bytes[0] >> 4u;
+}
+
 }  // namespace
 
 bool readCaptureLine(const std::string& line, CaptureLine& capture, std::string& problem)
@@ -80,6 +109,49 @@ bool readCaptureLine(const std::string& line, CaptureLine& capture, std::string&
     const bool isLikeNext = first.size() == nextSize && first.find_first_not_of(kHexDigits) == std::string::npos;
     capture.hasTime = isBeforeReport || (isTime && nextSize > 0 && !isLikeNext);
     return readPackets(capture.hasTime ? rest : line, capture.bytes, problem);
+}
+
+CaptureReader::Line CaptureReader::read(const std::string& line, CaptureLine& report, std::string& problem)
+{
+    SessionLine session;
+    if (!readSessionLine(line, session)) {
+        return readCaptureLine(line, report, problem) ? Line::Report : Line::Bad;
+    }
+    const bool isFirst = session.rest.compare(0, std::size(kFirstPackets) - 1, kFirstPackets) == 0;
+    const bool isSecond = session.rest.compare(0, std::size(kSecondPackets) - 1, kSecondPackets) == 0;
+    if (session.kind != '<' || (!isFirst && !isSecond)) {
+        return Line::Nothing;  // written, from the shell, or about the connection
+    }
+    CaptureLine packet;
+    if (!readPackets(session.rest.substr(endOfToken(session.rest, 0)), packet.bytes, problem)) {
+        return Line::Bad;
+    }
+    if (packet.bytes.size() != HAL_PACKET_SIZE) {
+        problem = "a sensor packet has 20 bytes, not " + counted(packet.bytes.size(), "byte");
+        return Line::Bad;
+    }
+    packet.hasTime = true;
+    packet.seconds = session.seconds;
+    if (isFirst) {
+        std::swap(packet, mFirst);
+        report = packet;  // whose second packet never came
+        return report.bytes.empty() ? Line::Nothing : Line::Report;
+    }
+    if (mFirst.bytes.empty() || numberOf(mFirst) != numberOf(packet)) {
+        return Line::Nothing;  // half a report that says nothing by itself
+    }
+    report = mFirst;
+    report.seconds = packet.seconds;
+    report.bytes.insert(report.bytes.end(), packet.bytes.begin(), packet.bytes.end());
+    mFirst.bytes.clear();
+    return Line::Report;
+}
+
+CaptureReader::Line CaptureReader::finish(CaptureLine& report)
+{
+    report = mFirst;
+    mFirst.bytes.clear();
+    return report.bytes.empty() ? Line::Nothing : Line::Report;
 }
 
 }  // namespace zkhal

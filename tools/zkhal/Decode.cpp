@@ -109,12 +109,32 @@ public:
         }
         CaptureLine capture;
         std::string problem;
-        if (!readCaptureLine(line, capture, problem)) {
+        const CaptureReader::Line kind = mReader.read(line, capture, problem);
+        if (kind == CaptureReader::Line::Bad) {
             std::cout.flush();
             std::cerr << mName << ':' << mNumber << ": " << problem << '\n';
             status = kBadInput;
-            return;
+        } else if (kind == CaptureReader::Line::Report) {
+            report(capture);
         }
+    }
+
+    void finish()
+    {
+        CaptureLine capture;
+        if (mReader.finish(capture) == CaptureReader::Line::Report) {
+            report(capture);
+        }
+        if (!mOptions.svg.empty()) {
+            writeFile(mOptions.svg, mPicture.draw(robotName(mOptions.robotType) + ": " + mName));
+        }
+    }
+
+    int status = kSuccess;
+
+private:
+    void report(const CaptureLine& capture)
+    {
         const double t = mOptions.live ? BRSystemTime() - mStart : capture.hasTime ? capture.seconds : mNext;
         mNext = t + kReportSeconds;
         if (mClock != nullptr) {
@@ -143,22 +163,13 @@ public:
         }
     }
 
-    void finish()
-    {
-        if (!mOptions.svg.empty()) {
-            writeFile(mOptions.svg, mPicture.draw(robotName(mOptions.robotType) + ": " + mName));
-        }
-    }
-
-    int status = kSuccess;
-
-private:
     const DecodeOptions& mOptions;
     std::string mName;
     std::unique_ptr<CaptureClock> mClock;
     std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> mTranslator;
     // Each characteristic counts for itself: both packets of a report carry the same number.
     HAL::packetQualityInfo mQuality[2] = {};
+    CaptureReader mReader;
     ReportPicture mPicture;
     double mStart;
     double mNext = 0;
@@ -228,6 +239,7 @@ void addDecode(CLI::App& app, int& status)
         "seconds\n"
         "before it. Without times a report lasts 1/30 s. Lines that begin with # are comments. A malformed line is\n"
         "reported with its number and skipped (exit status 1).\n"
+        "What run and watch have recorded is read too.\n"
         "--quality counts the first packets of the reports and the second ones apart.\n\n"
         "Examples:\n"
         "  zkhal decode examples/drive.capture\n"

@@ -16,7 +16,6 @@ namespace HAL {
 
 namespace {
 
-using Data = robot_hw0_cmd_data;
 using ZKHAL::clampReal;
 using ZKHAL::low16;
 using ZKHAL::low8;
@@ -45,7 +44,7 @@ uint16_t roundClamped(double value, double low, double high)
 
 // ---- Commands --------------------------------------------------------------------------------------------------
 
-Placement encodeCombined(Data* data, RobotHW*)
+Placement encodeCombined(robot_hw0_cmd_data* data, RobotHW*)
 {
     data->commandMask &= ~(kCombinedBits | kSwallowedBits);
     uint8_t* bytes = nullptr;
@@ -67,32 +66,32 @@ Placement encodeCombined(Data* data, RobotHW*)
     return room.placement;
 }
 
-Placement encodeWheels(Data* data, RobotHW*)
+Placement encodeWheels(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommandBig16_2(data, kWheelBits, kCmdWheels, wheelUnits(data->wheelLeft),
                                    wheelUnits(data->wheelRight));
 }
 
 template <uint64_t kMask, uint8_t kCommand, auto kLight>
-Placement encodeRGB(Data* data, RobotHW*)
+Placement encodeRGB(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommandRGB(data, kMask, kCommand, data->*kLight);
 }
 
 template <uint64_t kMask, uint8_t kCommand, auto kLight>
-Placement encodeLED(Data* data, RobotHW*)
+Placement encodeLED(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommand___8_1(data, kMask, kCommand, (data->*kLight).brightness);
 }
 
-Placement encodeLED3(Data* data, RobotHW*)
+Placement encodeLED3(robot_hw0_cmd_data* data, RobotHW*)
 {
     const HALLED3_t& lights = data->led108;
     return tryEncodeCommand___8_3(data, kBitLed3, kCmdLed3, lights.brightness1, lights.brightness2, lights.brightness3);
 }
 
 template <uint64_t kMask, uint8_t kCommand>
-Placement encodeNoParams(Data* data, RobotHW*)
+Placement encodeNoParams(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommand___8_0(data, kMask, kCommand);
 }
@@ -110,7 +109,7 @@ bool namesStopSound(const HALSpeaker_t& speaker)
     return false;
 }
 
-Placement encodeSound(Data* data, RobotHW* robot)
+Placement encodeSound(robot_hw0_cmd_data* data, RobotHW* robot)
 {
     testAndClearCommandMaskBit(data, kBitSound);
     const Room room = findRoom(*data, 1 + kMediaNameLength);  // also for the short form
@@ -127,7 +126,7 @@ Placement encodeSound(Data* data, RobotHW* robot)
     return room.placement;
 }
 
-Placement encodeAnimByName(Data* data, RobotHW*)
+Placement encodeAnimByName(robot_hw0_cmd_data* data, RobotHW*)
 {
     uint8_t bytes[1 + kMediaNameLength] = {kCmdAnimByName};
     std::memcpy(bytes + 1, data->anim.fileName, kMediaNameLength);
@@ -135,13 +134,13 @@ Placement encodeAnimByName(Data* data, RobotHW*)
 }
 
 template <uint64_t kMask, uint8_t kCommand, auto kServo>
-Placement encodeServoAngle(Data* data, RobotHW*)
+Placement encodeServoAngle(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommandBig16_1(data, kMask, kCommand, low16(roundHalfAway(servoHundredths(data->*kServo))));
 }
 
 template <uint64_t kMask, uint8_t kCommand, uint8_t kHoldCommand, auto kServo>
-Placement encodeServoMove(Data* data, RobotHW*)
+Placement encodeServoMove(robot_hw0_cmd_data* data, RobotHW*)
 {
     const HALMotorServo_t& servo = data->*kServo;
     const uint16_t angle = low16(truncate(clampReal(std::round(servoHundredths(servo)), kMinInt16, kMaxInt16)));
@@ -155,54 +154,54 @@ Placement encodeServoMove(Data* data, RobotHW*)
 }
 
 template <uint64_t kMask, uint8_t kCommand, auto kServo>
-Placement encodeServoSpeed(Data* data, RobotHW*)
+Placement encodeServoSpeed(robot_hw0_cmd_data* data, RobotHW*)
 {
     const double units = clampReal(1000 * (data->*kServo).angularSpeed / 8, kMinInt16, kMaxInt16);
     return tryEncodeCommandBig16_1(data, kMask, kCommand, low16(truncate(units)));
 }
 
 template <uint64_t kMask, uint8_t kCommand, auto kScalar>
-Placement encodePercentage(Data* data, RobotHW*)
+Placement encodePercentage(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommand___8_1(data, kMask, kCommand,
                                   low8(roundHalfAway(clampReal((data->*kScalar).percent, -100.0, 100.0))));
 }
 
 template <uint64_t kMask, uint8_t kCommand, auto kLauncher>
-Placement encodeLauncher(Data* data, RobotHW*)
+Placement encodeLauncher(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommand___8_1(data, kMask, kCommand, (data->*kLauncher).value);
 }
 
-Placement encodeEyeBrightness(Data* data, RobotHW*)
+Placement encodeEyeBrightness(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommand___8_1(data, kBitEyeBrightness, kCmdEyeBrightness, data->eyeRing.brightness);
 }
 
-Placement encodeEyeBrightnessQuad(Data* data, RobotHW*)
+Placement encodeEyeBrightnessQuad(robot_hw0_cmd_data* data, RobotHW*)
 {
     const uint8_t* quad = data->eyeRing.brightnessQuad;
     return tryEncodeCommand___8_4(data, kBitEyeBrightnessQuad, kCmdEyeBrightnessQuad, quad[0], quad[1], quad[2],
                                   quad[3]);
 }
 
-Placement encodeEyeBitmap(Data* data, RobotHW*)
+Placement encodeEyeBitmap(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommandBig16_1(data, kBitEyeBitmap, kCmdEyeBitmap, data->eyeRing.ledBitmap);
 }
 
-Placement encodeEyeAnimation(Data* data, RobotHW*)
+Placement encodeEyeAnimation(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommand___8_3(data, kBitEyeAnimation, kCmdEyeAnimation, low8(data->eyeRing.animationId), 0xFF,
                                   0x01);
 }
 
-Placement encodeVolume(Data* data, RobotHW*)
+Placement encodeVolume(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommand___8_1(data, kBitVolume, kCmdVolume, low8(data->speaker.volume));
 }
 
-Placement encodeBodyMotion(Data* data, RobotHW*)
+Placement encodeBodyMotion(robot_hw0_cmd_data* data, RobotHW*)
 {
     const HALBodyMotionLinearAngular_t& motion = data->bodyMotion;
     const int64_t linear = truncate(clampReal(10 * motion.linearVelocity / 2, -750.0, 750.0));
@@ -227,7 +226,7 @@ Placement encodeBodyMotion(Data* data, RobotHW*)
 
 constexpr uint32_t kPoseRelative = 1, kPoseMode3 = 3, kPoseMode4 = 4, kPoseMode5 = 5;
 
-Placement encodeBodyPose(Data* data, RobotHW* robot)
+Placement encodeBodyPose(robot_hw0_cmd_data* data, RobotHW* robot)
 {
     testAndClearCommandMaskBit(data, kBitBodyPose);
     constexpr uint32_t kSize = 9;
@@ -267,17 +266,17 @@ Placement encodeBodyPose(Data* data, RobotHW* robot)
     return room.placement;
 }
 
-Placement encodePower(Data* data, RobotHW*)
+Placement encodePower(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommand___8_1(data, kBitPower, kCmdPower, low8(data->power.state));
 }
 
-Placement encodePing(Data* data, RobotHW*)
+Placement encodePing(robot_hw0_cmd_data* data, RobotHW*)
 {
     return tryEncodeCommandLtl16_1(data, kBitPing, kCmdPing, data->ping.pingId);  // low byte first, on purpose
 }
 
-Placement encodeBehaviourStart(Data* data, RobotHW* robot)
+Placement encodeBehaviourStart(robot_hw0_cmd_data* data, RobotHW* robot)
 {
     const HALPamplemousse_t& behaviour = data->pamplemousseStart;
     uint8_t bytes[4 + kBehaviourParams] = {kCmdBehaviourStart};
@@ -291,7 +290,7 @@ Placement encodeBehaviourStart(Data* data, RobotHW* robot)
     return tryEncode(data, kBitBehaviourStart, bytes);
 }
 
-Placement encodeBehaviourStop(Data* data, RobotHW* robot)
+Placement encodeBehaviourStop(robot_hw0_cmd_data* data, RobotHW* robot)
 {
     if (robot->getRobotType() != ZK_ROBOT_QUILL) {
         testAndClearCommandMaskBit(data, kBitBehaviourStop);
@@ -300,7 +299,7 @@ Placement encodeBehaviourStop(Data* data, RobotHW* robot)
     return tryEncodeCommandBig16_1(data, kBitBehaviourStop, kCmdBehaviourStop, data->pamplemousseStop.commandId);
 }
 
-Placement encodeLedMessage(Data* data, RobotHW*)
+Placement encodeLedMessage(robot_hw0_cmd_data* data, RobotHW*)
 {
     const HALLedMsg_t& message = data->ledMsg;
     const uint8_t number = low8((message.message & 63) | (message.flag1 & 1) << 6 | (message.flag2 & 1) << 7);
@@ -311,11 +310,11 @@ Placement encodeLedMessage(Data* data, RobotHW*)
 struct PackingRow {
     const char* words;
     uint64_t mask;  // all bits must be set
-    Placement (*encode)(Data*, RobotHW*);
+    Placement (*encode)(robot_hw0_cmd_data*, RobotHW*);
 };
 
 template <uint64_t kMask, uint8_t kCommand>
-constexpr PackingRow rowOf(Placement (*encode)(Data*, RobotHW*))
+constexpr PackingRow rowOf(Placement (*encode)(robot_hw0_cmd_data*, RobotHW*))
 {
     return {wireCommand(kCommand).words, kMask, encode};
 }
@@ -330,16 +329,16 @@ constexpr PackingRow settingRow()
 constexpr PackingRow kPacking[] = {
     rowOf<kCombinedBits, kCmdCombined>(encodeCombined),
     rowOf<kWheelBits, kCmdWheels>(encodeWheels),
-    rowOf<kBitRgb104, kCmdRgb104>(encodeRGB<kBitRgb104, kCmdRgb104, &Data::rgb104>),
-    rowOf<kBitRgb102, kCmdRgb102>(encodeRGB<kBitRgb102, kCmdRgb102, &Data::rgb102>),
-    rowOf<kBitRgb103, kCmdRgb103>(encodeRGB<kBitRgb103, kCmdRgb103, &Data::rgb103>),
-    rowOf<kBitRgb107, kCmdRgb107>(encodeRGB<kBitRgb107, kCmdRgb107, &Data::rgb107>),
+    rowOf<kBitRgb104, kCmdRgb104>(encodeRGB<kBitRgb104, kCmdRgb104, &robot_hw0_cmd_data::rgb104>),
+    rowOf<kBitRgb102, kCmdRgb102>(encodeRGB<kBitRgb102, kCmdRgb102, &robot_hw0_cmd_data::rgb102>),
+    rowOf<kBitRgb103, kCmdRgb103>(encodeRGB<kBitRgb103, kCmdRgb103, &robot_hw0_cmd_data::rgb103>),
+    rowOf<kBitRgb107, kCmdRgb107>(encodeRGB<kBitRgb107, kCmdRgb107, &robot_hw0_cmd_data::rgb107>),
     rowOf<kBitLed3, kCmdLed3>(encodeLED3),
-    rowOf<kBitLed109, kCmdLed109>(encodeLED<kBitLed109, kCmdLed109, &Data::led109>),
-    rowOf<kBitLed110, kCmdLed110>(encodeLED<kBitLed110, kCmdLed110, &Data::led110>),
-    rowOf<kBitLed111, kCmdLed111>(encodeLED<kBitLed111, kCmdLed111, &Data::led111>),
-    rowOf<kBitLed105, kCmdLed105>(encodeLED<kBitLed105, kCmdLed105, &Data::led105>),
-    rowOf<kBitLed106, kCmdLed106>(encodeLED<kBitLed106, kCmdLed106, &Data::led106>),
+    rowOf<kBitLed109, kCmdLed109>(encodeLED<kBitLed109, kCmdLed109, &robot_hw0_cmd_data::led109>),
+    rowOf<kBitLed110, kCmdLed110>(encodeLED<kBitLed110, kCmdLed110, &robot_hw0_cmd_data::led110>),
+    rowOf<kBitLed111, kCmdLed111>(encodeLED<kBitLed111, kCmdLed111, &robot_hw0_cmd_data::led111>),
+    rowOf<kBitLed105, kCmdLed105>(encodeLED<kBitLed105, kCmdLed105, &robot_hw0_cmd_data::led105>),
+    rowOf<kBitLed106, kCmdLed106>(encodeLED<kBitLed106, kCmdLed106, &robot_hw0_cmd_data::led106>),
     rowOf<kBitSound, kCmdSound>(encodeSound),
     rowOf<kBitAnimByName, kCmdAnimByName>(encodeAnimByName),
     rowOf<kBitAnimWithoutName, kCmdAnimWithoutName>(encodeNoParams<kBitAnimWithoutName, kCmdAnimWithoutName>),
@@ -352,17 +351,20 @@ constexpr PackingRow kPacking[] = {
     settingRow<kBitSettingEyeBrightness, kSettingEyeBrightness, writeEyeBrightness>(),
     {wireCommand(kCmdClock, kClockSet).words, kBitClock, encodeClock},
     rowOf<kBitNoParams1A, kCmdStopSound>(encodeNoParams<kBitNoParams1A, kCmdStopSound>),
-    rowOf<kBitHeadPan, kCmdHeadPan>(encodeServoAngle<kBitHeadPan, kCmdHeadPan, &Data::headPan>),
-    rowOf<kBitHeadTilt, kCmdHeadTilt>(encodeServoAngle<kBitHeadTilt, kCmdHeadTilt, &Data::headTilt>),
-    rowOf<kBitPan207, kCmdPan207>(encodeServoMove<kBitPan207, kCmdPan207, kCmdPan207Hold, &Data::pan207>),
-    rowOf<kBitTilt206, kCmdTilt206>(encodeServoMove<kBitTilt206, kCmdTilt206, kCmdTilt206Hold, &Data::tilt206>),
-    rowOf<kBitPan209, kCmdPan209>(encodeServoSpeed<kBitPan209, kCmdPan209, &Data::pan209>),
-    rowOf<kBitTilt208, kCmdTilt208>(encodeServoSpeed<kBitTilt208, kCmdTilt208, &Data::tilt208>),
-    rowOf<kBitScalar213, kCmdScalar213>(encodePercentage<kBitScalar213, kCmdScalar213, &Data::scalar213>),
-    rowOf<kBitScalar214, kCmdScalar214>(encodePercentage<kBitScalar214, kCmdScalar214, &Data::scalar214>),
+    rowOf<kBitHeadPan, kCmdHeadPan>(encodeServoAngle<kBitHeadPan, kCmdHeadPan, &robot_hw0_cmd_data::headPan>),
+    rowOf<kBitHeadTilt, kCmdHeadTilt>(encodeServoAngle<kBitHeadTilt, kCmdHeadTilt, &robot_hw0_cmd_data::headTilt>),
+    rowOf<kBitPan207, kCmdPan207>(encodeServoMove<kBitPan207, kCmdPan207, kCmdPan207Hold, &robot_hw0_cmd_data::pan207>),
+    rowOf<kBitTilt206, kCmdTilt206>(
+        encodeServoMove<kBitTilt206, kCmdTilt206, kCmdTilt206Hold, &robot_hw0_cmd_data::tilt206>),
+    rowOf<kBitPan209, kCmdPan209>(encodeServoSpeed<kBitPan209, kCmdPan209, &robot_hw0_cmd_data::pan209>),
+    rowOf<kBitTilt208, kCmdTilt208>(encodeServoSpeed<kBitTilt208, kCmdTilt208, &robot_hw0_cmd_data::tilt208>),
+    rowOf<kBitScalar213, kCmdScalar213>(encodePercentage<kBitScalar213, kCmdScalar213, &robot_hw0_cmd_data::scalar213>),
+    rowOf<kBitScalar214, kCmdScalar214>(encodePercentage<kBitScalar214, kCmdScalar214, &robot_hw0_cmd_data::scalar214>),
     rowOf<kBitNoParams210, kCmdNoParams210>(encodeNoParams<kBitNoParams210, kCmdNoParams210>),
-    rowOf<kBitLauncher400, kCmdLauncher400>(encodeLauncher<kBitLauncher400, kCmdLauncher400, &Data::launcher400>),
-    rowOf<kBitLauncher401, kCmdLauncher401>(encodeLauncher<kBitLauncher401, kCmdLauncher401, &Data::launcher401>),
+    rowOf<kBitLauncher400, kCmdLauncher400>(
+        encodeLauncher<kBitLauncher400, kCmdLauncher400, &robot_hw0_cmd_data::launcher400>),
+    rowOf<kBitLauncher401, kCmdLauncher401>(
+        encodeLauncher<kBitLauncher401, kCmdLauncher401, &robot_hw0_cmd_data::launcher401>),
     rowOf<kBitEyeBrightness, kCmdEyeBrightness>(encodeEyeBrightness),
     rowOf<kBitEyeBrightnessQuad, kCmdEyeBrightnessQuad>(encodeEyeBrightnessQuad),
     rowOf<kBitEyeBitmap, kCmdEyeBitmap>(encodeEyeBitmap),
@@ -399,7 +401,7 @@ constexpr RowOfBit rowOfBit()
 }
 constexpr RowOfBit kRowOfBit = rowOfBit();
 
-void packRow(const PackingRow& row, Data* data, RobotHW* robot, PackTrace* trace)
+void packRow(const PackingRow& row, robot_hw0_cmd_data* data, RobotHW* robot, PackTrace* trace)
 {
     const uint64_t before = data->commandMask;
     if ((before & row.mask) != row.mask) {
@@ -413,7 +415,7 @@ void packRow(const PackingRow& row, Data* data, RobotHW* robot, PackTrace* trace
 
 }  // namespace
 
-void packPending(Data* data, RobotHW* robot, PackTrace* trace)
+void packPending(robot_hw0_cmd_data* data, RobotHW* robot, PackTrace* trace)
 {
     packRow(kPacking[0], data, robot, trace);
     uint64_t rows = 0;

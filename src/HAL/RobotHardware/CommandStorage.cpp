@@ -11,11 +11,9 @@ namespace HAL {
 
 namespace {
 
-using Data = robot_hw0_cmd_data;
-
 // ---- Which bits a component sets -------------------------------------------------------------------------------
 
-uint64_t eyeRingBits(Data& data)
+uint64_t eyeRingBits(robot_hw0_cmd_data& data)
 {
     const HALEyeRing_t& eye = data.eyeRing;
     uint64_t bits = kBitEyeBrightness;
@@ -28,19 +26,19 @@ uint64_t eyeRingBits(Data& data)
     return bits | (eye.animationId != kNoEyeAnimation ? kBitEyeAnimation : kBitEyeBitmap);
 }
 
-uint64_t speakerBits(Data& data)
+uint64_t speakerBits(robot_hw0_cmd_data& data)
 {
     // A sound without "volume" has volume 0, and sends it.
     return (data.speaker.fileName[0] != '\0' ? kBitSound : 0) | (data.speaker.volume < 101 ? kBitVolume : 0);
 }
 
-uint64_t animBits(Data& data)
+uint64_t animBits(robot_hw0_cmd_data& data)
 {
     return data.anim.fileName[0] != '\0' ? kBitAnimByName : kBitAnimWithoutName;
 }
 
 // One setting per message: the first that is given.
-uint64_t userSettingBits(Data& data)
+uint64_t userSettingBits(robot_hw0_cmd_data& data)
 {
     const HALUserSetting_t& settings = data.userSettings;
     if (settings.name[0] != '\0') {
@@ -71,9 +69,10 @@ uint64_t userSettingBits(Data& data)
 struct RecordPlace {
     uint16_t offset, size;
 };
-#define ZK_RECORD(field)                                                                         \
-    {                                                                                            \
-        static_cast<uint16_t>(offsetof(Data, field)), static_cast<uint16_t>(sizeof(Data::field)) \
+#define ZK_RECORD(field)                                             \
+    {                                                                \
+        static_cast<uint16_t>(offsetof(robot_hw0_cmd_data, field)),  \
+            static_cast<uint16_t>(sizeof(robot_hw0_cmd_data::field)) \
     }
 constexpr RecordPlace kNoRecord = {0, 0};
 
@@ -81,8 +80,8 @@ constexpr RecordPlace kNoRecord = {0, 0};
 struct CommandRow {
     ZKComponentId id;
     uint64_t bits;
-    uint64_t (*moreBits)(Data&);  // where they depend on the record
-    RecordPlace record;           // whose isSet flag is set
+    uint64_t (*moreBits)(robot_hw0_cmd_data&);  // where they depend on the record
+    RecordPlace record;                         // whose isSet flag is set
     RecordPlace record2 = kNoRecord;
 };
 
@@ -226,7 +225,7 @@ constexpr const StorageRow* rowOf(const RecordPlace& record)
 
 struct Marks {
     uint64_t bits;
-    uint64_t (*moreBits)(Data&);
+    uint64_t (*moreBits)(robot_hw0_cmd_data&);
     const StorageRow *record, *record2;
 };
 constexpr std::array<Marks, kComponentCount> marksOfComponents()
@@ -241,7 +240,7 @@ constexpr std::array<Marks, kComponentCount> marksOfComponents()
 constexpr std::array<Marks, kComponentCount> kMarks = marksOfComponents();
 
 // Marks a record as commanded, whether this robot registers it or not: it is sent all the same.
-void markSet(Data& data, const StorageRow* row)
+void markSet(robot_hw0_cmd_data& data, const StorageRow* row)
 {
     if (row != nullptr) {
         // Every record begins with its id and the flag.
@@ -258,10 +257,10 @@ const StorageMaps& storageMapsOfRecords()
     return kStorageMaps;
 }
 
-const Data& freshData(RobotSet robot)
+const robot_hw0_cmd_data& freshData(RobotSet robot)
 {
     struct Images {
-        Data of[kOtherRobot + 1];
+        robot_hw0_cmd_data of[kOtherRobot + 1];
         Images() : of()
         {
             for (const RobotSet set : {kOrvik, kPell, kQuill, kOtherRobot}) {
@@ -282,7 +281,7 @@ void setComponent(void* hwData, size_t component)
     if (hwData == nullptr) {
         return;
     }
-    Data& data = *static_cast<Data*>(hwData);
+    robot_hw0_cmd_data& data = *static_cast<robot_hw0_cmd_data*>(hwData);
     const Marks& marks = kMarks[component];
     markSet(data, marks.record);  // before the bits are asked for: a record that no document filled is fresh
     markSet(data, marks.record2);

@@ -9,8 +9,6 @@
 
 namespace HAL {
 
-using Data = robot_hw0_cmd_data;
-
 void RobotHW_rev0::initComponentsForCtlr2BotMsg(Ctlr2BotMsg* message, RobotHW* robot)
 {
     if (message == nullptr || robot == nullptr) {
@@ -22,7 +20,7 @@ void RobotHW_rev0::initComponentsForCtlr2BotMsg(Ctlr2BotMsg* message, RobotHW* r
     }
     message->clear();
     const auto& pool = robot->workingRecords();
-    Data* data = pool->take(freshData(robots));
+    robot_hw0_cmd_data* data = pool->take(freshData(robots));
     if (data != nullptr) {
         message->bindStorage(storageMapsOfRecords(), robots, &data->header, pool);
     }
@@ -52,7 +50,7 @@ std::vector<HALPacket_t*> RobotHW_rev0::packetizeCtlr2BotMsg(Ctlr2BotMsg* messag
 const PacketList& RobotHW_rev0::pack(Ctlr2BotMsg* message, RobotHW* robot, PackTrace* trace)
 {
     static const PacketList kEmptyList = {};
-    auto* data = message != nullptr ? static_cast<Data*>(message->GetHwData()) : nullptr;
+    auto* data = message != nullptr ? static_cast<robot_hw0_cmd_data*>(message->GetHwData()) : nullptr;
     if (data == nullptr || robot == nullptr) {
         return kEmptyList;
     }
