@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "Host/Capture.h"
@@ -21,6 +22,7 @@ constexpr size_t kMostWaiting = 4096;  // packets
 constexpr size_t kMostAsked = 256;
 constexpr size_t kMostSteered = 4096;  // bytes of a document
 constexpr double kSteady = 10;         // seconds after which a connection counts as a good one
+constexpr double kSlowestGoodbye = 3;  // seconds until a radio has told the end of a connection
 
 // "volume" above 1 is not sent: the robot stays as loud as it is.
 constexpr char kStopDriving[] =
@@ -31,6 +33,15 @@ constexpr char kStopSounding[] = R"({"300":{"file":"STOPSOUND","volume":2}})";
 bool isSameTextIgnoringCase(const std::string& a, const std::string& b)
 {
     return a.size() == b.size() && canonicalUuid(a) == canonicalUuid(b);
+}
+
+// Names come from the air.
+std::string cleaned(std::string text)
+{
+    for (char& c : text) {
+        c = c >= ' ' && c <= '~' ? c : '?';
+    }
+    return text;
 }
 
 bool takesCommands(uint32_t type)
@@ -56,15 +67,17 @@ RobotSession::~RobotSession() = default;
 
 // ---- The way to its robot --------------------------------------------------------------------------------------
 
-bool RobotSession::isWanted(const Advertisement& advertisement, const ZKRobotInfo& info) const
+bool isCalled(const std::string& who, const std::string& id, const std::string& advertisedName, const ZKRobotInfo& info)
 {
-    for (const std::string& name :
-         {advertisement.id, advertisement.name, std::string(info.name), std::string(info.uniqueId)}) {
-        if (!name.empty() && isSameTextIgnoringCase(mWho, name)) {
-            return true;
-        }
-    }
-    return false;
+    const std::string names[] = {id, advertisedName, info.name, info.uniqueId};
+    return std::any_of(std::begin(names), std::end(names), [&](const std::string& name) {
+        return !name.empty() && isSameTextIgnoringCase(who, name);
+    });
+}
+
+bool RobotSession::isCalled(const std::string& name) const
+{
+    return isSameTextIgnoringCase(mWho, name) || (mHasRobot && Host::isCalled(name, mId, mAdvertisedName, mInfo));
 }
 
 void RobotSession::onAdvertisement(const Advertisement& advertisement, const ZKRobotInfo& info)
@@ -75,6 +88,7 @@ void RobotSession::onAdvertisement(const Advertisement& advertisement, const ZKR
     mHasRobot = true;
     mRobot = advertisement.robot;
     mId = advertisement.id;
+    mAdvertisedName = advertisement.name;
     mInfo = info;
     mHub.bind(*this);
     if (record != nullptr) {
@@ -90,8 +104,8 @@ void RobotSession::onAdvertisement(const Advertisement& advertisement, const ZKR
 void RobotSession::connect()
 {
     mDeadline = mHub.now() + mOptions.connectSeconds;
+    mHub.transport().connect(mRobot);  // first: whoever is told may have it disconnect
     enter(SessionState::Connecting, {});
-    mHub.transport().connect(mRobot);
 }
 
 void RobotSession::onConnected()
@@ -117,19 +131,22 @@ void RobotSession::onDiscovered(const std::vector<Characteristic>& characteristi
         }
     }
     if (own.empty() || !ZKValidateChannels(mId.c_str(), own.data(), own.size())) {
-        mIsWished = true;  // nothing is gained by trying again
-        mLastError = {ErrorCode::NotARobot,
-                      own.empty() ? "it has none of the robots' services"
-                                  : "it has characteristics that its kind of robot does not have",
-                      ""};
-        mHub.transport().disconnect(mRobot);
+        mRefusal = {ErrorCode::NotARobot,
+                    own.empty() ? "it has none of the robots' services"
+                                : "it has characteristics that its kind of robot does not have",
+                    ""};
+        disconnect();  // nothing is gained by trying again
         return;
     }
+    const auto isThere = [&own](const char* channel) {
+        return std::any_of(own.begin(), own.end(),
+                           [channel](const char* uuid) { return isSameTextIgnoringCase(uuid, channel); });
+    };
+    mTakesCommands = isThere(kCommandControl);
+    mHasShell = isThere(kShellControl);
     mToSubscribe.clear();
     for (const char* channel : {kSensorPacket2, kSensorPacket1, kShellPacket}) {  // from the back
-        const bool isThere = std::any_of(own.begin(), own.end(),
-                                         [channel](const char* uuid) { return isSameTextIgnoringCase(uuid, channel); });
-        if (isThere) {
+        if (isThere(channel)) {
             mToSubscribe.push_back(channel);
         }
     }
@@ -145,6 +162,7 @@ void RobotSession::subscribeNext()
         return;
     }
     mReadySince = mHub.now();
+    mLastError = {};
     if (record != nullptr) {
         record(captureLine(mHub.now(), CaptureKind::Connected, "", nullptr, 0, ""));
     }
@@ -194,7 +212,7 @@ void RobotSession::onLost(const Error& error)
             mPause = mOptions.firstPause;
         }
     }
-    const Error reason = error || !mIsWished ? error : mLastError;
+    const Error reason = error ? error : mRefusal;
     mState = SessionState::Pausing;  // nothing is taken while the ends are told
     dropEverything(reason ? reason : Error{ErrorCode::NotConnected, "disconnected", ""});
     if (mState != SessionState::Pausing) {
@@ -233,19 +251,13 @@ void RobotSession::step(double now)
     switch (mState) {
         case SessionState::Looking:
             if (now >= mDeadline) {
-                std::string inReach;
-                for (const Sighting& seen : mHub.sightings()) {
-                    inReach += (inReach.empty() ? "" : ", ") +
-                               std::string(seen.info.name[0] != '\0' ? seen.info.name : seen.id.c_str());
-                }
-                endWith({ErrorCode::OutOfReach, "no robot in reach is called \"" + mWho + "\"",
-                         inReach.empty() ? "none is in reach at all: is it switched on, and not connected elsewhere?"
-                                         : "in reach: " + inReach});
+                endWith(whyNotFound());
             }
             break;
         case SessionState::Connecting:
             if (now >= mDeadline) {
                 mHub.transport().disconnect(mRobot);
+                mPause = std::max(mPause, kSlowestGoodbye);  // what is told of this connection is not of the next one
                 onLost({ErrorCode::TimedOut, "connecting takes too long",
                         "bring the robot nearer, or switch it off and on"});
             }
@@ -256,6 +268,9 @@ void RobotSession::step(double now)
             }
             break;
         case SessionState::Ready:
+            if (mIsWished && now >= mDeadline) {
+                onLost({});  // of a radio that does not tell the end
+            }
             pump();
             break;
         case SessionState::Ended:
@@ -263,8 +278,23 @@ void RobotSession::step(double now)
     }
 }
 
+Error RobotSession::whyNotFound() const
+{
+    std::string inReach;
+    for (const Sighting& seen : mHub.sightings()) {
+        if (Host::isCalled(mWho, seen.id, seen.advertisedName, seen.info)) {
+            return {ErrorCode::OutOfReach, "another session has \"" + cleaned(mWho) + "\" already", ""};
+        }
+        inReach += (inReach.empty() ? "" : ", ") + cleaned(seen.info.name[0] != '\0' ? seen.info.name : seen.id);
+    }
+    return {ErrorCode::OutOfReach, "no robot in reach is called \"" + cleaned(mWho) + "\"",
+            inReach.empty() ? "none is in reach at all: is it switched on, and not connected elsewhere?"
+                            : "in reach: " + inReach};
+}
+
 void RobotSession::disconnect()
 {
+    mDeadline = mIsWished ? mDeadline : mHub.now() + mOptions.connectSeconds;
     mIsWished = true;
     mQueue.clear();
     mSteer.clear();
@@ -286,10 +316,18 @@ Error RobotSession::translate(const char* json, HALPacket_t* packets, size_t& co
     return {};
 }
 
+Error RobotSession::whyNotSent(bool hasChannel) const
+{
+    if (!isReady() || mIsWished) {
+        return {ErrorCode::NotConnected, "the robot is not connected", ""};
+    }
+    return hasChannel ? Error() : Error{ErrorCode::NotSupported, "this robot has no characteristic for that", ""};
+}
+
 Error RobotSession::send(const char* json)
 {
-    if (!isReady()) {
-        return {ErrorCode::NotConnected, "the robot is not connected", ""};
+    if (Error error = whyNotSent(mTakesCommands)) {
+        return error;
     }
     if (mQueue.size() + ZK_MAX_COMMAND_PACKETS > kMostWaiting) {
         return {ErrorCode::TooMuch, "thousands of packets are waiting already", "wait until some have gone out"};
@@ -305,8 +343,8 @@ Error RobotSession::send(const char* json)
 
 Error RobotSession::steer(const char* json)
 {
-    if (!isReady()) {
-        return {ErrorCode::NotConnected, "the robot is not connected", ""};
+    if (Error error = whyNotSent(mTakesCommands)) {
+        return error;
     }
     // Checked now, so that a mistake is told to whom it belongs; translated when it goes out.
     static thread_local char findings[4096];
@@ -340,38 +378,54 @@ void RobotSession::queuePackets(const char* channel, const HALPacket_t* packets,
     pump();
 }
 
-bool RobotSession::write(const char* channel, const uint8_t* data, size_t length)
-{
-    if (mWriting >= mHub.transport().writeWindow() || !mHub.transport().write(mRobot, channel, data, length)) {
-        return false;
-    }
-    ++mWriting;
-    if (record != nullptr) {
-        record(captureLine(mHub.now(), CaptureKind::Written, channel, data, length, ""));
-    }
-    if (mListener != nullptr) {
-        mListener->onPacket(*this, true, channel, data, length);
-    }
-    return true;
-}
-
+// Whoever is told of a packet may send more, or end it all: by then the packet is off the queue.
 void RobotSession::pump()
 {
-    while (isReady() && !mQueue.empty()) {
+    if (mIsPumping) {
+        return;
+    }
+    struct Pumping {
+        bool& flag;
+        explicit Pumping(bool& isPumping) : flag(isPumping)
+        {
+            flag = true;
+        }
+        ~Pumping()
+        {
+            flag = false;
+        }
+    } const pumping(mIsPumping);
+    for (;;) {
+        // One steering document at a time is on its way: what comes meanwhile replaces what waits.
+        if (isReady() && mQueue.empty() && !mSteer.empty() && mWriting == 0) {
+            const std::string json = std::exchange(mSteer, {});
+            HALPacket_t packets[ZK_MAX_COMMAND_PACKETS];
+            size_t count = 0;
+            if (!translate(json.c_str(), packets, count)) {
+                queuePackets(kCommandControl, packets, count);
+            }
+        }
+        if (!isReady() || mQueue.empty() || mWriting >= mHub.transport().writeWindow()) {
+            return;
+        }
         const Outgoing next = mQueue.front();
-        if (!write(next.channel, next.bytes, next.length)) {
+        if (!mHub.transport().write(mRobot, next.channel, next.bytes, next.length)) {
             return;
         }
         mQueue.pop_front();
+        ++mWriting;
+        tellPacket(true, next.channel, next.bytes, next.length);
     }
-    // One steering document at a time is on its way: what comes meanwhile replaces what waits.
-    if (isReady() && !mSteer.empty() && mWriting == 0) {
-        const std::string json = std::exchange(mSteer, {});
-        HALPacket_t packets[ZK_MAX_COMMAND_PACKETS];
-        size_t count = 0;
-        if (!translate(json.c_str(), packets, count)) {
-            queuePackets(kCommandControl, packets, count);
-        }
+}
+
+void RobotSession::tellPacket(bool isSent, const char* channel, const uint8_t* data, size_t length)
+{
+    if (record != nullptr) {
+        record(captureLine(mHub.now(), isSent ? CaptureKind::Written : CaptureKind::Notified, channel, data, length,
+                           ""));
+    }
+    if (mListener != nullptr) {
+        mListener->onPacket(*this, isSent, channel, data, length);
     }
 }
 
@@ -386,8 +440,8 @@ void RobotSession::onWritten()
 Error RobotSession::ask(const std::string& command, double timeoutSeconds, AskId& id)
 {
     id = 0;
-    if (!isReady()) {
-        return {ErrorCode::NotConnected, "the robot is not connected", ""};
+    if (Error error = whyNotSent(mHasShell)) {
+        return error;
     }
     if (command.empty() || command.find('\0') != std::string::npos) {
         return {ErrorCode::BadDocument, command.empty() ? "the command is empty" : "a zero byte is no text", ""};
@@ -400,6 +454,7 @@ Error RobotSession::ask(const std::string& command, double timeoutSeconds, AskId
     }
     id = ++mHub.mLastAsk;
     mAsked.push_back({id, command});
+    ZKTick();  // time-outs count from the last tick, which is long ago where nobody polled
     ZKEnqueueShellCommand(mId.c_str(), command.c_str(), timeoutSeconds);
     return {};
 }
@@ -431,11 +486,9 @@ void RobotSession::onNotification(const char* channel, const uint8_t* data, size
     if (!isReady()) {
         return;
     }
-    if (record != nullptr) {
-        record(captureLine(mHub.now(), CaptureKind::Notified, channel, data, length, ""));
-    }
-    if (mListener != nullptr) {
-        mListener->onPacket(*this, false, channel, data, length);
+    tellPacket(false, channel, data, length);
+    if (!isReady()) {
+        return;  // ended from inside
     }
     const bool isFirst = std::strcmp(channel, kSensorPacket1) == 0;
     if (isFirst || std::strcmp(channel, kSensorPacket2) == 0) {
