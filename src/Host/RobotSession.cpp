@@ -44,11 +44,6 @@ std::string cleaned(std::string text)
     return text;
 }
 
-bool takesCommands(uint32_t type)
-{
-    return type == ZK_ROBOT_ORVIK || type == ZK_ROBOT_PELL || type == ZK_ROBOT_QUILL;
-}
-
 }  // namespace
 
 RobotSession::RobotSession(Hub& hub, std::string who, const SessionOptions& options, SessionListener* listener)
@@ -70,9 +65,8 @@ RobotSession::~RobotSession() = default;
 bool isCalled(const std::string& who, const std::string& id, const std::string& advertisedName, const ZKRobotInfo& info)
 {
     const std::string names[] = {id, advertisedName, info.name, info.uniqueId};
-    return std::any_of(std::begin(names), std::end(names), [&](const std::string& name) {
-        return !name.empty() && isSameTextIgnoringCase(who, name);
-    });
+    return std::any_of(std::begin(names), std::end(names),
+                       [&](const std::string& name) { return !name.empty() && isSameTextIgnoringCase(who, name); });
 }
 
 bool RobotSession::isCalled(const std::string& name) const
@@ -363,7 +357,7 @@ void RobotSession::stop()
 {
     mQueue.clear();
     mSteer.clear();
-    if (isReady() && takesCommands(mInfo.type)) {
+    if (isReady() && mTakesCommands) {
         send(mInfo.type == ZK_ROBOT_PELL ? kStopSounding : kStopDriving);
     }
 }
@@ -421,8 +415,8 @@ void RobotSession::pump()
 void RobotSession::tellPacket(bool isSent, const char* channel, const uint8_t* data, size_t length)
 {
     if (record != nullptr) {
-        record(captureLine(mHub.now(), isSent ? CaptureKind::Written : CaptureKind::Notified, channel, data, length,
-                           ""));
+        record(
+            captureLine(mHub.now(), isSent ? CaptureKind::Written : CaptureKind::Notified, channel, data, length, ""));
     }
     if (mListener != nullptr) {
         mListener->onPacket(*this, isSent, channel, data, length);

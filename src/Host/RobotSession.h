@@ -27,8 +27,8 @@ enum class SessionState : uint8_t {
 };
 
 /**
- * Whether a robot of this id is called so: by its id, its name as advertised or as completed by its record, or its unique
- * id, in any case.
+ * Whether a robot of this id is called so: by its id, its name as advertised or as completed by its record, or its
+ * unique id, in any case.
  */
 bool isCalled(const std::string& who, const std::string& id, const std::string& advertisedName,
               const ZKRobotInfo& info);
@@ -91,6 +91,11 @@ public:
     bool isReady() const
     {
         return mState == SessionState::Ready;
+    }
+    /** Whether it has a characteristic for command documents; those of a shell only have none. False until Ready. */
+    bool takesCommands() const
+    {
+        return mTakesCommands;
     }
     /** As advertised; type 0 before the robot was seen. */
     const ZKRobotInfo& info() const

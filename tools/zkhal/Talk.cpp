@@ -1,7 +1,11 @@
 #include "Talk.h"
 
 #include <cstring>
+#include <iostream>
 #include <utility>
+
+#include <poll.h>
+#include <unistd.h>
 
 #include "HexText.h"
 
@@ -73,6 +77,22 @@ void Talk::run(double seconds)
     }
 }
 
+void Talk::runUntilInput()
+{
+    struct pollfd input = {STDIN_FILENO, POLLIN, 0};
+    while (mRadio.hub().transport().isRealTime() && !isLost() && !isInterrupted() &&
+           std::cin.rdbuf()->in_avail() <= 0 && ::poll(&input, 1, 0) == 0) {
+        poll();
+    }
+}
+
+void Talk::stop()
+{
+    mSession.stop();
+    mRadio.hub().runUntil([this] { return mSession.isIdle() || !mSession.isReady(); }, 2);
+    mRadio.hub().run(0.1);
+}
+
 bool Talk::connect()
 {
     while (!mSession.isReady() && !isLost() && !isInterrupted()) {
@@ -136,6 +156,9 @@ void Talk::onPacket(Host::RobotSession&, bool isSent, const char* channel, const
 void Talk::send(const std::string& json)
 {
     connect();  // after a loss
+    if (isInterrupted()) {
+        return;
+    }
     if (const Host::Error error = mSession.send(json.c_str())) {
         tell("host", inWords(error));
     }
