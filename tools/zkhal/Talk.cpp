@@ -8,13 +8,12 @@
 #include <unistd.h>
 
 #include "HexText.h"
+#include "Host/RobotChannels.h"
 
 namespace zkhal {
 
 namespace {
 
-constexpr char kShellControl[] = "AF230000-879D-6186-1F49-DECA0E85D9C1";
-constexpr char kShellPacket[] = "AF230001-879D-6186-1F49-DECA0E85D9C1";
 constexpr double kPatience = 3600;  // the session has its own
 
 Host::SessionOptions optionsOf(const RobotChoice& choice)
@@ -148,7 +147,7 @@ void Talk::onAnswer(Host::RobotSession&, Host::AskId, const std::string& command
 
 void Talk::onPacket(Host::RobotSession&, bool isSent, const char* channel, const uint8_t* data, size_t length)
 {
-    if (showsBytes && std::strcmp(channel, isSent ? kShellControl : kShellPacket) == 0) {
+    if (showsBytes && std::strcmp(channel, isSent ? Host::kShellControl : Host::kShellPacket) == 0) {
         tell(isSent ? "out" : "in", hexText(data, length));
     }
 }
