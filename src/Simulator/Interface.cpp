@@ -10,7 +10,7 @@
 
 struct ZKVirtualRobot {
     std::unique_ptr<Simulator::VirtualRobot> robot;
-    Simulator::Notification fetched = {"", ""};
+    Simulator::Notification fetched = {"", {}};
 };
 
 namespace {

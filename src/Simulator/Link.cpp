@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <utility>
 
 #include "CoreUtility/Numbers.h"
@@ -94,45 +95,54 @@ bool Link::write(const char* channel, const uint8_t* data, size_t length)
     if (!mIsConnected || channel == nullptr) {
         return false;
     }
-    std::string bytes(reinterpret_cast<const char*>(data), data != nullptr ? length : 0);
-    send(mToRobot, mLastToRobot_ns, {channel, std::move(bytes), nullptr});
+    Packet<Written> packet = {Written(reinterpret_cast<const char*>(data), data != nullptr ? length : 0), channel};
+    send(mToRobot, mLastToRobot_ns, std::move(packet));
     return true;
 }
 
-void Link::send(Way& way, int64_t& lastDue_ns, Packet packet)
+template <class Data>
+void Link::send(Way<Data>& way, int64_t& lastDue_ns, Packet<Data> packet)
 {
     if (happens(mFaults.drop)) {
         return;
     }
-    if (!packet.data.empty() && happens(mFaults.corrupt)) {
-        const auto bit = static_cast<size_t>(mRandom.below(packet.data.size() * 8));
-        packet.data[bit / 8] = static_cast<char>(packet.data[bit / 8] ^ (1 << bit % 8));
+    Data& data = packet.data;
+    if (!data.empty() && happens(mFaults.corrupt)) {
+        const auto bit = static_cast<size_t>(mRandom.below(data.size() * 8));
+        data[bit / 8] = static_cast<char>(data[bit / 8] ^ (1 << bit % 8));
     }
-    if (!packet.data.empty() && happens(mFaults.truncate)) {
-        packet.data.resize(static_cast<size_t>(mRandom.below(packet.data.size())));
+    if (!data.empty() && happens(mFaults.truncate)) {
+        data.resize(static_cast<size_t>(mRandom.below(data.size())));
     }
     const double delay = happens(mFaults.delay) ? mRandom.unit() * kLongestDelay : 0;
-    int64_t due_ns = lastDue_ns = std::max(mNow_ns + nanoseconds(delay), lastDue_ns);
+    packet.due_ns = lastDue_ns = std::max(mNow_ns + nanoseconds(delay), lastDue_ns);
     if (happens(mFaults.reorder)) {
-        due_ns += nanoseconds(mRandom.unit() * kLongestOvertaking);  // nobody waits for it
+        packet.due_ns += nanoseconds(mRandom.unit() * kLongestOvertaking);  // nobody waits for it
     }
     const int copies = happens(mFaults.duplicate) ? 2 : 1;
     for (int i = 0; i < copies; ++i) {
         if (way.size() == kMostInTheAir) {
-            way.erase(way.begin());
+            take(way);
             ++mFaultCount;
         }
-        way.emplace(std::pair(due_ns, mSent++), packet);
+        packet.order = mSent++;
+        way.push_back(packet);
+        std::push_heap(way.begin(), way.end(), std::greater<>());
     }
 }
 
-std::optional<Link::Packet> Link::takeDue(Way& way, int64_t now_ns)
+template <class Data>
+bool Link::isDue(const Way<Data>& way, int64_t now_ns)
 {
-    if (way.empty() || way.begin()->first.first > now_ns) {
-        return std::nullopt;
-    }
-    Packet packet = std::move(way.begin()->second);
-    way.erase(way.begin());
+    return !way.empty() && way.front().due_ns <= now_ns;
+}
+
+template <class Data>
+Link::Packet<Data> Link::take(Way<Data>& way)
+{
+    std::pop_heap(way.begin(), way.end(), std::greater<>());
+    Packet<Data> packet = std::move(way.back());
+    way.pop_back();
     return packet;
 }
 
@@ -145,15 +155,16 @@ void Link::advance(double seconds)
     constexpr double kSlack = 1e-9;
     for (mRest += std::min(seconds, kLongestAdvance); mRest > kSlice_s - kSlack; mRest -= kSlice_s) {
         mNow_ns += kSlice_ns;
-        while (const auto packet = takeDue(mToRobot, mNow_ns)) {
-            mRobot.write(packet->channel.c_str(), reinterpret_cast<const uint8_t*>(packet->data.data()),
-                         packet->data.size());
+        while (isDue(mToRobot, mNow_ns)) {
+            const Packet<Written> packet = take(mToRobot);
+            mRobot.write(packet.channel.c_str(), reinterpret_cast<const uint8_t*>(packet.data.data()),
+                         packet.data.size());
         }
         mRobot.advance(kSlice_s);
         Notification notification;
         while (mRobot.nextNotification(notification)) {
             if (mIsConnected) {
-                send(mToHost, mLastToHost_ns, {"", std::move(notification.data), notification.channel});
+                send(mToHost, mLastToHost_ns, Packet<Notified>{Notified(notification.data), notification.channel});
             }
         }
         if (mNow_ns >= mNextCut_ns) {
@@ -167,11 +178,11 @@ void Link::advance(double seconds)
 
 bool Link::nextNotification(Notification& notification)
 {
-    auto packet = takeDue(mToHost, mNow_ns);
-    if (!packet) {
+    if (!isDue(mToHost, mNow_ns)) {
         return false;
     }
-    notification = {packet->notified, std::move(packet->data)};
+    const Packet<Notified> packet = take(mToHost);
+    notification = {packet.channel, packet.data};
     return true;
 }
 

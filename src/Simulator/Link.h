@@ -4,10 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "Simulator/SeededRandom.h"
 #include "Simulator/VirtualRobot.h"
@@ -55,17 +54,38 @@ public:
     }
 
 private:
+    // In the air: by the time of arrival in nanoseconds; of equal times, the one that was sent first.
+    template <class Data>
     struct Packet {
-        std::string channel;
-        std::string data;
-        const char* notified;  // null on the way to the robot
+        Data data;
+        typename Data::Channel channel;
+        int64_t due_ns = 0;
+        uint64_t order = 0;
+
+        bool operator>(const Packet& other) const
+        {
+            return due_ns != other.due_ns ? due_ns > other.due_ns : order > other.order;
+        }
     };
-    // By the time of arrival in nanoseconds; of equal times, the one that was sent first.
-    using Way = std::map<std::pair<int64_t, uint64_t>, Packet>;
+    struct Written : std::string {  // of any length, to any characteristic
+        using Channel = std::string;
+        using std::string::string;
+    };
+    struct Notified : PacketBytes {
+        using Channel = const char*;
+        explicit Notified(const PacketBytes& bytes) : PacketBytes(bytes) {}
+    };
+    // A heap, the first to arrive on top: its storage is used again.
+    template <class Data>
+    using Way = std::vector<Packet<Data>>;
 
     bool happens(double chance);
-    void send(Way& way, int64_t& lastDue_ns, Packet packet);
-    static std::optional<Packet> takeDue(Way& way, int64_t now_ns);
+    template <class Data>
+    void send(Way<Data>& way, int64_t& lastDue_ns, Packet<Data> packet);
+    template <class Data>
+    static bool isDue(const Way<Data>& way, int64_t now_ns);
+    template <class Data>
+    static Packet<Data> take(Way<Data>& way);
 
     VirtualRobot& mRobot;
     Faults mFaults;
@@ -75,7 +95,8 @@ private:
     double mRest = 0;         // seconds that are still to pass
     int64_t mNextCut_ns = 0;  // when a second is over
     uint64_t mSent = 0;
-    Way mToRobot, mToHost;
+    Way<Written> mToRobot;
+    Way<Notified> mToHost;
     int64_t mLastToRobot_ns = 0, mLastToHost_ns = 0;
     uint32_t mFaultCount = 0;
 };

@@ -312,21 +312,21 @@ void VirtualRobot::step()
     }
     const int64_t now_ns = mSteps * kSecond_ns / kStepsPerSecond;
     for (; !mAnswers.empty() && mAnswers.front().due_ns <= now_ns; mAnswers.pop_front()) {
-        for (std::string& packet : mAnswers.front().packets) {
-            notify(Kestrel::gChannelShellPacket.c_str(), std::move(packet));
+        for (const std::string& packet : mAnswers.front().packets) {
+            notify(Kestrel::gChannelShellPacket.c_str(), {packet.data(), packet.size()});
         }
     }
 }
 
 // ---- What goes out ---------------------------------------------------------------------------------------------
 
-void VirtualRobot::notify(const char* channel, std::string data)
+void VirtualRobot::notify(const char* channel, const PacketBytes& data)
 {
     if (mNotifications.size() == kMostNotifications) {
-        mNotifications.pop_front();
+        mNotifications.pop();
         ++mState.notificationsLost;
     }
-    mNotifications.push_back({channel, std::move(data)});
+    mNotifications.push({channel, data});
 }
 
 bool VirtualRobot::nextNotification(Notification& notification)
@@ -334,8 +334,8 @@ bool VirtualRobot::nextNotification(Notification& notification)
     if (mNotifications.empty()) {
         return false;
     }
-    notification = std::move(mNotifications.front());
-    mNotifications.pop_front();
+    notification = mNotifications.front();
+    mNotifications.pop();
     return true;
 }
 

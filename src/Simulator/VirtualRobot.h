@@ -10,6 +10,7 @@
 
 #include "Simulator/Chassis.h"
 #include "Simulator/CommandReader.h"
+#include "Simulator/PacketBytes.h"
 #include "Simulator/RobotModel.h"
 #include "Simulator/RobotShell.h"
 #include "Simulator/SeededRandom.h"
@@ -22,7 +23,7 @@ namespace Simulator {
 
 struct Notification {
     const char* channel;  // lives as long as the program
-    std::string data;
+    PacketBytes data;
 };
 
 /** As a host hands it to the decoder: at most 20 bytes of it. */
@@ -130,7 +131,7 @@ private:
     void step();
     void sense();
     void addEvents(SensorReport& report);
-    void notify(const char* channel, std::string data);
+    void notify(const char* channel, const PacketBytes& data);
     void tell(std::string words);
     void complain(uint32_t& counter, std::string words);
     void updateState();
@@ -167,7 +168,7 @@ private:
         std::vector<std::string> packets;
     };
     std::deque<Answer> mAnswers;
-    std::deque<Notification> mNotifications;
+    Ring<Notification> mNotifications;
     std::deque<RobotEvent> mEvents;
 };
 

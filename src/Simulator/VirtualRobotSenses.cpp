@@ -80,7 +80,7 @@ void VirtualRobot::sense()
     writeReport(report, packets);
     const char* const channels[] = {Kestrel::gChannelSensorPacket1.c_str(), Kestrel::gChannelSensorPacket2.c_str()};
     for (size_t i = 0; i < 2; ++i) {
-        notify(channels[i], std::string(reinterpret_cast<const char*>(packets[i].data), packets[i].length));
+        notify(channels[i], {packets[i].data, packets[i].length});
     }
 }
 

@@ -18,7 +18,7 @@ constexpr int64_t kTick_us = 15000;
 constexpr int64_t kRetry_us = 1000000;
 constexpr int64_t kEpoch_s = 1700000000;  // any: only differences count
 
-std::string inHex(const std::string& bytes)
+std::string inHex(const Simulator::PacketBytes& bytes)
 {
     return hexText(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
 }
