@@ -14,6 +14,7 @@ void addAdvert(CLI::App& app, int& status);
 void addDemo(CLI::App& app, int& status);
 void addPuppet(CLI::App& app, int& status);  // record, puppet, animate, replay
 void addSound(CLI::App& app, int& status);   // where the library has ZKHAL_HAS_SOUND
+void addOnAir(CLI::App& app, int& status);   // where the library has ZKHAL_HAS_BLUETOOTH
 void addShell(CLI::App& app, int& status);
 void addVocabulary(CLI::App& app, int& status);
 

@@ -23,6 +23,9 @@ int main(int argc, char** argv)
     zkhal::addShell(app, status);
     zkhal::addPuppet(app, status);
     zkhal::addVocabulary(app, status);
+#if ZKHAL_HAS_BLUETOOTH
+    zkhal::addOnAir(app, status);
+#endif
 #if ZKHAL_HAS_SOUND
     zkhal::addSound(app, status);
 #endif
