@@ -72,7 +72,7 @@ bool Device::update(const BusProperties& changed, bool isNameFixed)
         isResolved = *resolved;
     }
     const auto* const advertised = find<std::string>(changed, "Name");
-    if (advertised && (name.empty() || (!isNameFixed && !isConnected))) {
+    if (advertised && !isNameFixed && (name.empty() || !isConnected)) {
         isNews = true;
         name = advertised->substr(0, kLongestName);
     }

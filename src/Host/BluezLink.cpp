@@ -148,7 +148,7 @@ void Link::onResolvedChanged()
         onNowConnected();
     }
     if (mState == State::Connected && mDevice.isResolved && mWaitsForServices) {
-        tellDiscovered();
+        askResolved();
     }
 }
 
@@ -157,12 +157,26 @@ void Link::discover()
     if (mState != State::Connected) {
         return;
     }
-    if (mDevice.isResolved) {
-        tellDiscovered();
-        return;
-    }
     mWaitsForServices = true;
     mDeadline = mAir.now() + mAir.connectTimeoutSeconds;
+    askResolved();
+}
+
+// BlueZ may tell that all is known before it tells what: its answers come after all that it had to tell.
+void Link::askResolved()
+{
+    BusMessage question = mAir.calls.newCall(mDevice.path, kProperties, "Get");
+    question.append(BusValue(std::string(kDevice)), BusValue(std::string("ServicesResolved")));
+    mAir.calls.call(
+        std::move(question), mAttempt,
+        [this](BusMessage& reply) {
+            bool isResolved = false;
+            if (!reply.error() && reply.read(isResolved) && isResolved && mWaitsForServices) {
+                mDevice.isResolved = true;
+                tellDiscovered();
+            }
+        },
+        kCallSeconds);
 }
 
 void Link::tellDiscovered()

@@ -65,6 +65,7 @@ private:
     void call(const char* method);
     void onConnectReply(const BusMessage& reply);
     void onNowConnected();
+    void askResolved();
     void tellDiscovered();
     void sendWrites();
     size_t openWrites() const;

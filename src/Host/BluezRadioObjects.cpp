@@ -60,7 +60,7 @@ void Radio::onInterfacesRemoved(const std::string& path, const std::vector<std::
         if (name == kAdapter && mAdapters.erase(path) > 0 && path == mAdapter) {
             loseAdapter({ErrorCode::NoAdapter, "the Bluetooth adapter " + adapterName() + " has gone", ""});
             chooseAdapter();
-        } else if (robot && name == kDevice) {
+        } else if (robot && name == kDevice && path == robot->device.path) {
             mByPath.erase(path);
             robot->device.forgetPath();
             robot->link.onForgotten();
@@ -82,7 +82,7 @@ void Radio::onPropertiesChanged(const std::string& path, const std::string& inte
             onAdapter(path, changed);
             chooseAdapter();
         }
-    } else if (interface == kDevice && robot) {
+    } else if (interface == kDevice && robot && path == robot->device.path) {
         if (std::find(invalidated.begin(), invalidated.end(), "RSSI") != invalidated.end()) {
             robot->device.rssi.reset();
         }
@@ -231,6 +231,9 @@ void Radio::makeRoom()
 
 void Radio::onDevice(const std::string& path, const BusProperties& changed)
 {
+    if (path.find('/', mAdapter.size() + 1) != std::string::npos) {
+        return;
+    }
     Robot* robot = robotAt(path);
     if (!robot) {
         // Of a device that was put out of mind: it is told in full when BlueZ meets it again.
@@ -244,7 +247,7 @@ void Radio::onDevice(const std::string& path, const BusProperties& changed)
         mByPath[path] = robot->device.robot;
     }
     Device& device = robot->device;
-    const bool wasConnected = device.isConnected, wasResolved = device.isResolved;
+    const bool wasResolved = device.isResolved;
     const bool isNews = device.update(changed, !robot->link.isIdle() && !robot->link.isSeeking());
     device.seenAt = seconds();
     if (isNews && mWantsScan) {
@@ -254,8 +257,7 @@ void Radio::onDevice(const std::string& path, const BusProperties& changed)
     }
     const bool wasSeeking = robot->link.isSeeking();
     robot->link.onSeen();
-    const auto* const connected = Host::find<bool>(changed, "Connected");
-    if (wasConnected != device.isConnected || (connected && !*connected)) {
+    if (Host::find<bool>(changed, "Connected")) {
         robot->link.onConnectedChanged();
     }
     if (!wasResolved && device.isResolved) {

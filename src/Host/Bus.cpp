@@ -61,7 +61,9 @@ Bus::~Bus()
 BusMessage Bus::newCall(const std::string& service, const std::string& path, const char* interface, const char* method)
 {
     sd_bus_message* message = nullptr;
-    sd_bus_message_new_method_call(mBus, &message, service.c_str(), path.c_str(), interface, method);
+    if (sd_bus_message_new_method_call(mBus, &message, service.c_str(), path.c_str(), interface, method) >= 0) {
+        sd_bus_message_set_auto_start(message, 0);
+    }
     return BusMessage(message);
 }
 

@@ -47,6 +47,7 @@ public:
     Bus(const Bus&) = delete;
     Bus& operator=(const Bus&) = delete;
 
+    /** The service must run already: where it cannot be started, trying that takes half a minute. */
     BusMessage newCall(const std::string& service, const std::string& path, const char* interface, const char* method);
     BusMessage newSignal(const std::string& path, const char* interface, const char* member);
     BusMessage newReply(const BusMessage& call);

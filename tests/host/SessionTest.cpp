@@ -125,7 +125,8 @@ TEST_F(SessionTest, WhatIsAskedForWrongly)
     for (const double timeout : {0.0, -1.0, std::nan(""), HUGE_VAL}) {
         EXPECT_EQ(pell.ask("NAME", timeout, id).code, ErrorCode::BadDocument);
     }
-    for (int i = 0; i < 5000 && !pell.send(R"({"106":{"brightness":1},"304":{"duration":1},"5000":{"name":"x"}})"); ++i) {
+    for (int i = 0; i < 5000 && !pell.send(R"({"106":{"brightness":1},"304":{"duration":1},"5000":{"name":"x"}})");
+         ++i) {
     }
     EXPECT_EQ(pell.send("{}").code, ErrorCode::TooMuch);
 }
