@@ -1,4 +1,6 @@
-"""A host that is made of other people's code: scans, drives, listens, asks, leaves. bleak_host.py ADAPTER NAME"""
+"""A host that is made of other people's code: scans, drives, listens, asks, leaves.
+
+bleak_host.py ADAPTER NAME STATE: what the robot calls itself, and the first byte of its advertisement, in hex"""
 import asyncio
 import sys
 
@@ -8,17 +10,20 @@ SERVICE = "af237777-879d-6186-1f49-deca0e85d9c1"
 SHELL, ANSWERS, COMMANDS, SENSORS = (f"af23000{n}-879d-6186-1f49-deca0e85d9c1" for n in (0, 1, 2, 3))
 
 
-async def find(adapter, name):
+async def find(adapter, name, state):
+    def is_it(_, seen):  # BlueZ takes the first two bytes for a company; states that have passed may still be listed
+        states = [company & 0xFF for company in seen.manufacturer_data]
+        return seen.local_name == name and SERVICE in seen.service_uuids and state in states
+
     for _ in range(20):  # the emulator reports an advertisement once a scan
-        found = await BleakScanner.find_device_by_filter(
-            lambda device, seen: seen.local_name == name and SERVICE in seen.service_uuids, timeout=5, adapter=adapter)
+        found = await BleakScanner.find_device_by_filter(is_it, timeout=5, adapter=adapter)
         if found:
             return found
     sys.exit(f"bleak: {name} is not on the air")
 
 
-async def main(adapter, name):
-    robot = await find(adapter, name)
+async def main(adapter, name, state):
+    robot = await find(adapter, name, int(state, 16))
     reports, answer, answered = [], bytearray(), asyncio.Event()
 
     def on_answer(_, data):
@@ -38,4 +43,4 @@ async def main(adapter, name):
     assert name.encode() in answer and all(len(report) == 20 for report in reports)
 
 
-asyncio.run(asyncio.wait_for(main(*sys.argv[1:3]), 240))
+asyncio.run(asyncio.wait_for(main(*sys.argv[1:4]), 240))
