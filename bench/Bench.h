@@ -35,6 +35,7 @@ void addEngineBenchmarks();
 constexpr uint32_t kClassroomRobots = 30;
 constexpr int kClassroomSeconds = 10;
 void addClassroomBenchmarks();
+void addSessionBenchmarks();
 
 // So many poses of a recording, the last an hour of it, built and converted.
 constexpr int kPoseCounts[] = {3600, 36000};

@@ -149,6 +149,9 @@ void printClassroomTable(Collector& results)
                 static_cast<unsigned>(kClassroomRobots));
     std::printf("robots whose reports are decoded: %.0f; virtual robots that are simulated: %.0f\n",
                 robots("classroom/decode"), robots("classroom/simulate"));
+    const double served = kClassroomRobots * 1e9 / results.median("classroom/session");
+    std::printf("robots served over sessions, with ten commands a second: %.0f; %.2f allocations a report\n", served,
+                results.allocations("classroom/session"));
 }
 
 void printPuppetTable(Collector& results)
@@ -217,6 +220,9 @@ int main(int argc, char** argv)
     bench::addSensorBenchmarks();
     bench::addEngineBenchmarks();
     bench::addClassroomBenchmarks();
+#if ZKHAL_HAS_HOST
+    bench::addSessionBenchmarks();
+#endif
     bench::addPuppetBenchmarks();
 #if ZKHAL_HAS_SOUND
     bench::addSoundBenchmarks();

@@ -445,11 +445,12 @@ TEST_F(SimulatorTest, ABadLinkDoesWhatItsChancesSay)
         constexpr int kCount = 2000;
         const auto fetch = [&] {
             for (Notification each; link.nextNotification(each); ++arrived) {
-                const bool isWhole = each.data.size() == 5 && each.data.back() == '\n' &&
-                                     each.data.find_first_not_of("0123456789\n") == std::string::npos;
+                const std::string text(each.data.data(), each.data.size());
+                const bool isWhole = text.size() == 5 && text.back() == '\n' &&
+                                     text.find_first_not_of("0123456789\n") == std::string::npos;
                 whole += isWhole;
-                isInOrder = isInOrder && (!isWhole || std::stoi(each.data) >= last);
-                last = isWhole ? std::stoi(each.data) : last;
+                isInOrder = isInOrder && (!isWhole || std::stoi(text) >= last);
+                last = isWhole ? std::stoi(text) : last;
             }
         };
         for (int i = 0; i < kCount; ++i) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The command line as its users meet it: command_line_test.sh ZKHAL SOURCE_DIR
 set -u
-zkhal=$1
+zkhal=$(realpath "$1")
 cd "$2" || exit 1
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
@@ -69,8 +69,11 @@ expect "a report given as hex" 0 "~\"z\":0}" "" "$zkhal" decode "$hex"
 expect "pretty" 0 $'~{\n  "tm": 18,\n  "2003": {' "" "$zkhal" decode --pretty "$hex"
 printf '# comment\n\n0.5 %s\n%s zz\n%s%s\n12\n' $hex $hex $hex $hex >"$dir/capture"
 expect "malformed lines are skipped" 1 "~\"5102\"" $'~capture:4: \'z\' is no hex digit' "$zkhal" decode "$dir/capture"
-expect "sizes are told" 1 "~\"tm\"" "~capture:6: a report is one or two packets of 20 bytes, not 1 bytes" \
+expect "sizes are told" 1 "~\"tm\"" "~capture:6: a report is one or two packets of 20 bytes, not 1 byte" \
   "$zkhal" decode "$dir/capture"
+expect "a time of six decimals, and an indented remark" 0 "~\"tm\":18" "" \
+  sh -c "printf '  # begins\n0.033333 $hex\n1e-3 $hex\n' | '$zkhal' decode"
+expect "an exponent in an argument" 0 "~\"tm\":18" "" "$zkhal" decode "1e-3 $hex"
 expect "a time before a packet that is cut off" 1 "" "~not 19 bytes" "$zkhal" decode "10 ${hex:2}"
 expect "bytes in pairs" 0 "~\"tm\":18" "" "$zkhal" decode "$(echo $hex | sed 's/../& /g')"
 expect "a name that is cut off" 0 '~"name": "\ufffd(' "" "$zkhal" advert 0301 $'\xc3\x28'
@@ -94,7 +97,7 @@ for robot in orvik pell quill rusk; do
   expect "a lesson over a bad link" 0 "~faults of the link" "" "$zkhal" demo --robot $robot --seed 3 --faults $faults
 done
 expect "no such fault" 2 "" "~there are drop duplicate" "$zkhal" demo --faults lose=1
-expect "no such robot" 2 "" "~no virtual robot" "$zkhal" demo --robot 2001
+expect "no such robot" 2 "" "~no virtual robot" "$zkhal" demo --robot virtual:bo
 printf 'NAME\r\n\nECHO a b\n' >"$dir/commands"
 expect "a shell" 0 $'Virtual Rusk\na b' "" sh -c "'$zkhal' shell --robot rusk --quiet <'$dir/commands'"
 expect "a shell without an answer" 1 "~<- C8 3E 3F 4E 4F 03" "" sh -c "printf 'NO\nSLEEP\n' | '$zkhal' shell"

@@ -1,6 +1,5 @@
 // zkhal decode: captured sensor packets to JSON lines and a picture.
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -11,13 +10,14 @@
 #include <utility>
 #include <vector>
 
+#include "CaptureLine.h"
 #include "Commands.h"
 #include "CoreUtility/Json/nx_json.h"
 #include "HAL/MessagePacketizers/PacketizerInteraction.h"
 #include "HexText.h"
 #include "Input.h"
 #include "OutputFile.h"
-#include "Picture.h"
+#include "ReportPicture.h"
 #include "RobotOption.h"
 #include "ZKHAL/ZKHAL.h"
 
@@ -34,60 +34,7 @@ struct DecodeOptions {
     std::vector<std::string> inputs;
 };
 
-// A line of a capture: a time, and one or two packets.
-struct CaptureLine {
-    bool hasTime = false;
-    double seconds = 0;
-    std::vector<uint8_t> bytes;
-};
-
 constexpr double kReportSeconds = 1.0 / 30;
-
-bool isReportSize(size_t bytes)
-{
-    return bytes == HAL_PACKET_SIZE || bytes == 2 * HAL_PACKET_SIZE;
-}
-
-// Packets as pairs of digits, or as longer runs of them; a short run among long ones is something else, like a time.
-bool isUniform(const std::string& text)
-{
-    constexpr size_t kPair = 2, kRun = 8;
-    size_t shortest = text.size(), longest = 0;
-    for (size_t begin = text.find_first_not_of(" \t\r"); begin != std::string::npos;) {
-        const size_t end = std::min(text.find_first_of(" \t\r", begin), text.size());
-        shortest = std::min(shortest, end - begin);
-        longest = std::max(longest, end - begin);
-        begin = text.find_first_not_of(" \t\r", end);
-    }
-    return longest == kPair || shortest >= kRun;
-}
-
-bool readPackets(const std::string& text, std::vector<uint8_t>& bytes, std::string& problem)
-{
-    bytes.clear();
-    if (!readHex(text, bytes, problem)) {
-        return false;
-    }
-    if (!isReportSize(bytes.size())) {
-        problem = "a report is one or two packets of 20 bytes, not " + std::to_string(bytes.size()) + " bytes";
-        return false;
-    }
-    return true;
-}
-
-bool readCaptureLine(const std::string& line, CaptureLine& capture, std::string& problem)
-{
-    if (isUniform(line)) {
-        return readPackets(line, capture.bytes, problem);
-    }
-    const size_t begin = line.find_first_not_of(" \t");
-    const size_t blank = std::min(line.find_first_of(" \t", begin), line.size());
-    const auto [end, error] = std::from_chars(line.data() + begin, line.data() + blank, capture.seconds);
-    const bool isTime = error == std::errc() && end == line.data() + blank && blank < line.size() &&
-                        capture.seconds >= 0 && capture.seconds < 1e9;
-    capture.hasTime = isTime;
-    return readPackets(isTime ? line.substr(blank) : line, capture.bytes, problem);
-}
 
 // The library reads the capture's times, so that the same capture gives the same result every time.
 class CaptureClock {
@@ -113,64 +60,6 @@ public:
     CaptureClock& operator=(const CaptureClock&) = delete;
 
     double now = 0;
-};
-
-// What the picture shows, collected report by report.
-class Recording {
-public:
-    void add(double t, std::string json)
-    {
-        const nx_json* root = nx_json_parse_utf8(json.data());
-        const auto value = [root](const char* component, const char* key) {
-            const nx_json* member = nx_json_get(nx_json_get(root, component), key);
-            return member->type == NX_JSON_NULL ? NAN : member->dbl_value;
-        };
-        path.points.push_back({value("2002", "x"), value("2002", "y")});
-        const auto put = [&](Curve& curve, const char* component, const char* key) {
-            curve.points.push_back({t, value(component, key)});
-        };
-        put(pan, "2000", "degree");
-        put(tilt, "2001", "degree");
-        put(left, "3003", "cm");
-        put(right, "3004", "cm");
-        put(distanceLeft, "3001", "cm");
-        put(distanceRight, "3000", "cm");
-        put(distanceRear, "3002", "cm");
-        put(roll, "3010", "attitudeRoll");
-        put(pitch, "3010", "attitudePitch");
-        put(slope, "3010", "attitudeSlope");
-        if (const double level = value("3006", "level"); level < 9999) {
-            battery.points.push_back({t, level});
-        }
-        nx_json_free(root);
-    }
-
-    std::string draw(const std::string& title)
-    {
-        path.points.erase(std::remove_if(path.points.begin(), path.points.end(),
-                                         [](const Point& point) { return !std::isfinite(point.x); }),
-                          path.points.end());
-        const char kTime[] = "time (s)";
-        return drawPicture(
-            title,
-            {
-                {"Path", "x (cm)", "y (cm)", {path}, true},
-                {"Head", kTime, "angle (degrees)", {pan, tilt}},
-                {"Wheels", kTime, "travelled (cm)", {left, right}},
-                {"Distances", kTime, "to the nearest obstacle (cm)", {distanceLeft, distanceRight, distanceRear}},
-                {"Attitude", kTime, "angle (degrees)", {roll, pitch, slope}},
-                {"Battery", kTime, "level (20 is full)", {battery}},
-            });
-    }
-
-private:
-    static constexpr const char *kBlue = "#1f6fb4", *kOrange = "#d9661f", *kGreen = "#3a8f3a";
-    Curve path{"path", kBlue, {}};
-    Curve pan{"pan", kBlue, {}}, tilt{"tilt", kOrange, {}};
-    Curve left{"left", kBlue, {}}, right{"right", kOrange, {}};
-    Curve distanceLeft{"left", kBlue, {}}, distanceRight{"right", kOrange, {}}, distanceRear{"rear", kGreen, {}};
-    Curve roll{"roll", kBlue, {}}, pitch{"pitch", kOrange, {}}, slope{"slope", kGreen, {}};
-    Curve battery{"battery", kBlue, {}};
 };
 
 // The documents hold no texts, so brackets and commas are structure.
@@ -206,13 +95,16 @@ public:
           mTranslator(ZKTranslatorCreate(options.robotType), ZKTranslatorDestroy),
           mStart(BRSystemTime())
     {
-        HAL::PacketizerInteraction::initPacketQualityInfo(&mQuality);
+        for (HAL::packetQualityInfo& quality : mQuality) {
+            HAL::PacketizerInteraction::initPacketQualityInfo(&quality);
+        }
     }
 
     void decode(const std::string& line)
     {
         ++mNumber;
-        if (line.find_first_not_of(" \t\r") == std::string::npos || line[0] == '#') {
+        const size_t begin = line.find_first_not_of(" \t\r");
+        if (begin == std::string::npos || line[begin] == '#') {
             return;
         }
         CaptureLine capture;
@@ -235,9 +127,9 @@ public:
             std::memcpy(packets[i].data, capture.bytes.data() + i * HAL_PACKET_SIZE, HAL_PACKET_SIZE);
             if (mOptions.quality) {
                 char text[400];
-                HAL::PacketizerInteraction::analyzeQuality(&mQuality, packets[i].data, HAL_PACKET_SIZE, text,
+                HAL::PacketizerInteraction::analyzeQuality(&mQuality[i], packets[i].data, HAL_PACKET_SIZE, text,
                                                            sizeof text);
-                std::cerr << text;
+                std::cerr << (i == 0 ? "first packets:  " : "second packets: ") << text;
             }
         }
         char json[ZK_MAX_REPORT_SIZE];
@@ -247,14 +139,14 @@ public:
             std::cout.flush();
         }
         if (!mOptions.svg.empty()) {
-            mRecording.add(t, json);
+            mPicture.add(t, json);
         }
     }
 
     void finish()
     {
         if (!mOptions.svg.empty()) {
-            writeFile(mOptions.svg, mRecording.draw(robotName(mOptions.robotType) + ": " + mName));
+            writeFile(mOptions.svg, mPicture.draw(robotName(mOptions.robotType) + ": " + mName));
         }
     }
 
@@ -265,12 +157,21 @@ private:
     std::string mName;
     std::unique_ptr<CaptureClock> mClock;
     std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> mTranslator;
-    HAL::packetQualityInfo mQuality{};
-    Recording mRecording;
+    // Each characteristic counts for itself: both packets of a report carry the same number.
+    HAL::packetQualityInfo mQuality[2] = {};
+    ReportPicture mPicture;
     double mStart;
     double mNext = 0;
     size_t mNumber = 0;
 };
+
+bool endsInHex(const std::string& text)
+{
+    constexpr char kBlanks[] = " \t";
+    const size_t end = text.find_last_not_of(kBlanks) + 1;
+    const size_t begin = text.find_last_of(kBlanks, end - 1) + 1;
+    return text.substr(begin, end - begin).find_first_not_of("0123456789abcdefABCDEF.") == std::string::npos;
+}
 
 int decode(const DecodeOptions& options)
 {
@@ -280,9 +181,8 @@ int decode(const DecodeOptions& options)
     if (!fromStdin) {
         file.open(inputs[0]);
     }
-    // What is no file is a report, unless it does not even begin like one.
-    const bool isFile =
-        fromStdin || file.is_open() || inputs[0].find_first_not_of("0123456789abcdefABCDEF. \t") != std::string::npos;
+    // What is no file is a report, unless it does not even end like one.
+    const bool isFile = fromStdin || file.is_open() || !endsInHex(inputs[0]);
     if (isFile && inputs.size() > 1) {
         throw InputError{"one capture at a time, not also " + inputs[1]};
     }
@@ -312,7 +212,8 @@ void addDecode(CLI::App& app, int& status)
     CLI::App* command = app.add_subcommand("decode", "Turn captured sensor packets into JSON and a picture");
     addRobotOption(*command, options->robotType);
     command->add_flag("--pretty", options->pretty, "Indent the documents");
-    command->add_flag("--quality", options->quality, "A line about lost and repeated packets for each, on stderr");
+    command->add_flag("--quality", options->quality,
+                      "A line about lost and repeated packets for each packet, on stderr");
     command->add_flag("--live", options->live, "Take the wall clock for the time of each report");
     command->add_option("--svg", options->svg, "Draw the whole stream into a picture")->type_name("FILE");
     command->add_option("input", options->inputs, "A capture, - for standard input, or reports as hex")
@@ -322,7 +223,8 @@ void addDecode(CLI::App& app, int& status)
         "Each line of a capture is a report: 40 or 80 hex digits (one or two packets), with an optional time in "
         "seconds\n"
         "before it. Without times a report lasts 1/30 s. Lines that begin with # are comments. A malformed line is\n"
-        "reported with its number and skipped (exit status 1).\n\n"
+        "reported with its number and skipped (exit status 1).\n"
+        "--quality counts the first packets of the reports and the second ones apart.\n\n"
         "Examples:\n"
         "  zkhal decode examples/drive.capture\n"
         "  zkhal decode --svg drive.svg examples/drive.capture >drive.jsonl\n"

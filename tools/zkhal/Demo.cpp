@@ -11,17 +11,16 @@
 #include "Input.h"
 #include "OutputFile.h"
 #include "Picture.h"
-#include "RobotOption.h"
-#include "Session.h"
+#include "RobotChoice.h"
+#include "Talk.h"
 
 namespace zkhal {
 
 namespace {
 
 struct DemoOptions {
-    uint32_t robotType = ZK_ROBOT_ORVIK;
+    RobotChoice robot;
     uint64_t seed = 1;
-    std::string faults;
     std::string svg;
 };
 
@@ -58,58 +57,65 @@ constexpr char kVersion[] = "DUMP SND VER.EP1";
 
 class Lesson {
 public:
-    explicit Lesson(const DemoOptions& options, const Simulator::Faults& faults)
-        : mOptions(options),
-          mSession(options.robotType, options.seed, faults,
-                   [](double seconds, const char* side, const std::string& words) {
-                       std::printf("%7.3f  %-5s  %s\n", seconds, side, words.c_str());
-                   })
+    explicit Lesson(const DemoOptions& options)
+        : mOptions(options), mSession(options.robot, [](double seconds, const char* side, const std::string& words) {
+              std::printf("%7.3f  %-5s  %s\n", seconds, side, words.c_str());
+          })
     {
-        mSession.onReport = [this](double seconds, const std::string& json) { take(seconds, json); };
+        mSession.listener = [this](double seconds, const std::string& json) { take(seconds, json); };
     }
 
     int run()
     {
-        const bool drives = mOptions.robotType == ZK_ROBOT_ORVIK || mOptions.robotType == ZK_ROBOT_QUILL;
-        const bool isShellOnly = mOptions.robotType == ZK_ROBOT_RUSK;
         say("somebody switches the robot on");
         if (!mSession.connect()) {
-            return kBadInput;
+            return kLostRobot;
         }
+        mType = mSession.type();
+        const bool drives = mType == ZK_ROBOT_ORVIK || mType == ZK_ROBOT_QUILL;
         ask(kVersion);
-        if (isShellOnly) {
+        if (mType == ZK_ROBOT_RUSK) {
             for (const char* command : {"NAME", "BATT", "ECHO good morning", "DANCE", "SLEEP", "UP"}) {
                 ask(command);
             }
         } else {
             drives ? play(kDriving) : play(kStanding);
-            say("a clap from the left");
-            mSession.robot().clap(90);
-            mSession.run(0.3);
-            if (drives && mClapDirection != 0) {
-                say("so it looks there");
-                mSession.send(R"({"203":{"degree":)" + std::to_string(mClapDirection) + "}}");
-                mSession.run(0.8);
+            if (Simulator::VirtualRobot* robot = mSession.robot()) {
+                useHands(*robot, drives);
             }
-            say("a button, and a ping");
-            mSession.robot().press(1, true);
-            mSession.send(R"({"9000":{"pingID":4660}})");
-            mSession.run(0.3);
-            mSession.robot().press(1, false);
             say("goodbye");
             mSession.send(kGoodbye);
             mSession.run(1.2);
             ask("POSE");
         }
+        const bool isLost = mSession.isLost();
         mSession.disconnect();
         finish(drives);
-        return kSuccess;
+        return isLost ? kLostRobot : kSuccess;
     }
 
 private:
     void say(const std::string& words)
     {
         std::printf("%7.3f  ----   %s\n", mSession.seconds(), words.c_str());
+    }
+
+    // What children do to a robot; a real one has them itself.
+    void useHands(Simulator::VirtualRobot& robot, bool drives)
+    {
+        say("a clap from the left");
+        robot.clap(90);
+        mSession.run(0.3);
+        if (drives && mClapDirection != 0) {
+            say("so it looks there");
+            mSession.send(R"({"203":{"degree":)" + std::to_string(mClapDirection) + "}}");
+            mSession.run(0.8);
+        }
+        say("a button, and a ping");
+        robot.press(1, true);
+        mSession.send(R"({"9000":{"pingID":4660}})");
+        mSession.run(0.3);
+        robot.press(1, false);
     }
 
     template <size_t kCount>
@@ -146,9 +152,15 @@ private:
             const nx_json* member = nx_json_get(nx_json_get(root, component), key);
             return member->type == NX_JSON_NULL ? NAN : member->dbl_value;
         };
-        const Simulator::VirtualRobot& robot = mSession.robot();
-        const ZKVirtualRobotState& state = robot.state();
-        mDriven.points.push_back({state.x, state.y});
+        if (const Simulator::VirtualRobot* robot = mSession.robot()) {
+            const ZKVirtualRobotState& state = robot->state();
+            mDriven.points.push_back({state.x, state.y});
+            light(mLight102, t, state.light102);
+            light(mLight103, t, state.light103);
+            light(mLight104, t, state.light104);
+            const uint8_t eye = state.eyeLights != 0 ? state.eyeBrightness[0] : uint8_t{0};
+            light(mEye, t, {eye, eye, eye});
+        }
         if (std::isfinite(value("2002", "x"))) {
             mReported.points.push_back({value("2002", "x"), value("2002", "y")});
         }
@@ -165,11 +177,6 @@ private:
         mLoudness.points.push_back({t, value("3005", "amp")});
         mButton.points.push_back({t, value("1001", "s")});
         mClap.points.push_back({t, value("3005", "clap")});
-        light(mLight102, t, state.light102);
-        light(mLight103, t, state.light103);
-        light(mLight104, t, state.light104);
-        const uint8_t eye = state.eyeLights != 0 ? state.eyeBrightness[0] : uint8_t{0};
-        light(mEye, t, {eye, eye, eye});
         if (value("3005", "clap") == 1) {
             mClapDirection = static_cast<int>(std::lround(value("3005", "mictdir") * 180 / 3.141592653589793));
             tellAsHost("hears a clap from " + std::to_string(mClapDirection) + " degrees");
@@ -204,41 +211,49 @@ private:
 
     void finish(bool drives)
     {
-        const ZKVirtualRobotState& state = mSession.robot().state();
-        std::printf("\n%u sensor reports decoded, %u commands done, %u shell commands heard", mSession.reportCount(),
-                    state.commandsDone, state.shellLines);
-        const uint32_t refused =
-            state.commandsIgnored + state.packetsUnreadable + state.wrongWrites + state.shellTextLost;
-        std::printf(", %u things the robot could not use, %u faults of the link\n", refused,
-                    mSession.link().faultCount());
-        if (drives) {
-            std::printf("it stands at x %.1f cm, y %.1f cm, heading %.1f degrees\n", state.x, state.y, state.heading);
+        std::printf("\n%llu sensor reports decoded", static_cast<unsigned long long>(mSession.reportCount()));
+        if (const Simulator::VirtualRobot* robot = mSession.robot()) {
+            const ZKVirtualRobotState& state = robot->state();
+            const uint32_t refused =
+                state.commandsIgnored + state.packetsUnreadable + state.wrongWrites + state.shellTextLost;
+            std::printf(
+                ", %u commands done, %u shell commands heard, %u things the robot could not use, %u faults of the link",
+                state.commandsDone, state.shellLines, refused, mSession.link()->faultCount());
+            if (drives) {
+                std::printf("\nit stands at x %.1f cm, y %.1f cm, heading %.1f degrees", state.x, state.y,
+                            state.heading);
+            }
         }
+        std::printf("\n");
         if (mOptions.svg.empty()) {
             return;
         }
         std::vector<Chart> charts;
-        if (mOptions.robotType == ZK_ROBOT_RUSK) {
+        if (mType == ZK_ROBOT_RUSK) {
             charts.push_back({"Shell: answered (green) or not (orange)", kTime, "", {}, false, mAsked});
         } else {
             drawSenses(drives, charts);
         }
-        writeFile(mOptions.svg, drawPicture("A lesson with " + robotName(mOptions.robotType) + ", seed " +
-                                                std::to_string(mOptions.seed),
-                                            charts));
+        writeFile(mOptions.svg, drawPicture("A lesson with " + shown(mOptions.robot.who[0]), charts));
         std::printf("the picture is %s\n", mOptions.svg.c_str());
     }
 
     void drawSenses(bool drives, std::vector<Chart>& charts)
     {
         if (drives) {
-            const Simulator::Room& room = mSession.robot().room();
-            const double x = room.length / 2, y = room.width / 2;
-            const Curve walls = {"walls", "#888888", {{-x, -y}, {x, -y}, {x, y}, {-x, y}, {-x, -y}}, true};
-            mReported.isBackdrop = true;
-            charts.push_back({"Path in the room", "x (cm)", "y (cm)", {walls, mReported, mDriven}, true});
+            std::vector<Curve> curves;
+            if (const Simulator::VirtualRobot* robot = mSession.robot()) {
+                const double x = robot->room().length / 2, y = robot->room().width / 2;
+                curves.push_back({"walls", "#888888", {{-x, -y}, {x, -y}, {x, y}, {-x, y}, {-x, -y}}, true});
+                curves.push_back(mDriven);
+            }
+            mReported.isBackdrop = !curves.empty();
+            curves.insert(curves.begin() + (curves.empty() ? 0 : 1), mReported);
+            charts.push_back({"Path in the room", "x (cm)", "y (cm)", curves, true});
         }
-        charts.push_back({"Lights", kTime, "", {}, false, {mLight102, mLight103, mLight104, mEye}});
+        if (mSession.robot() != nullptr) {
+            charts.push_back({"Lights", kTime, "", {}, false, {mLight102, mLight103, mLight104, mEye}});
+        }
         if (drives) {
             charts.push_back({"Distances", kTime, "to the nearest wall (cm)", {mLeft, mRight, mRear}});
             charts.push_back({"Head", kTime, "angle (degrees)", {mPan, mTilt}});
@@ -250,7 +265,8 @@ private:
     static constexpr char kTime[] = "time (s)";
     static constexpr const char *kBlue = "#1f6fb4", *kOrange = "#d9661f", *kGreen = "#3a8f3a";
     const DemoOptions& mOptions;
-    Session mSession;
+    Talk mSession;
+    uint32_t mType = 0;
     int mClapDirection = 0;
     bool mButtonWasDown = false;
     Curve mDriven{"driven", kBlue, {}}, mReported{"reported", kOrange, {}};
@@ -266,11 +282,9 @@ private:
 void addDemo(CLI::App& app, int& status)
 {
     auto options = std::make_shared<DemoOptions>();
-    CLI::App* command = app.add_subcommand("demo", "A lesson with a virtual robot, from the scan to the goodbye");
-    addRobotOption(*command, options->robotType);
-    command->add_option("--seed", options->seed, "Another robot, other noise, other faults (default 1)");
-    command->add_option("--faults", options->faults, "Chances of faults on the link (default none)")
-        ->type_name("FAULT=CHANCE,...");
+    CLI::App* command = app.add_subcommand("demo", "A lesson with a robot, from the scan to the goodbye");
+    addRobotChoice(*command, options->robot, false);
+    command->add_option("--seed", options->seed, "Another virtual robot, other noise, other faults (default 1)");
     command->add_option("--svg", options->svg, "Draw what happened into a picture")->type_name("FILE");
     command->footer(
         "Orvik and Quill drive a square, Pell shows lights and sounds, Rusk answers its shell. The faults are drop,\n"
@@ -281,16 +295,11 @@ void addDemo(CLI::App& app, int& status)
         "  zkhal demo --robot rusk\n"
         "  zkhal demo --seed 7 --faults drop=0.05,delay=0.1,cut=0.02");
     command->callback([options, &status] {
-        std::string problem;
-        const auto faults = Simulator::parseFaults(options->faults, problem);
-        const bool isVirtual = Simulator::findModel(options->robotType) != nullptr;
-        if (!faults || !isVirtual) {
-            std::cerr << "zkhal demo: " << (isVirtual ? problem : "there is no virtual robot of this type") << '\n';
-            status = kWrongUse;
-            return;
-        }
         try {
-            status = Lesson(*options, *faults).run();
+            preferVirtual(options->robot, options->seed);
+            catchInterrupts();
+            const QuietLibrary quiet;
+            status = Lesson(*options).run();
         } catch (const InputError& error) {
             std::cerr << "zkhal demo: " << error.message << '\n';
             status = kBadInput;

@@ -1,5 +1,4 @@
 // zkhal encode: command documents to packets.
-#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <iostream>
@@ -9,8 +8,10 @@
 
 #include "Commands.h"
 #include "CoreUtility/Json/nx_json.h"
+#include "Findings.h"
 #include "HexText.h"
 #include "Input.h"
+#include "OutputFile.h"
 #include "RobotOption.h"
 #include "ZKHAL/ZKHAL.h"
 
@@ -28,21 +29,6 @@ struct EncodeOptions {
 struct Document {
     std::string text;
     size_t firstLine;  // of the input, from 1
-};
-
-// What the library would print about a document is said better by the check.
-class QuietLibrary {
-public:
-    QuietLibrary()
-    {
-        ZKSetMessageSink([](void*, int, const char*) {}, nullptr);
-    }
-    ~QuietLibrary()
-    {
-        ZKSetMessageSink([](void*, int, const char* text) { std::fputs(text, stderr); }, nullptr);
-    }
-    QuietLibrary(const QuietLibrary&) = delete;
-    QuietLibrary& operator=(const QuietLibrary&) = delete;
 };
 
 bool isBlank(const std::string& text)
@@ -72,25 +58,6 @@ std::vector<Document> splitDocuments(const std::string& input)
             if (lines.size() == 1 && !isWholeObject(lines[0].text)) {
                 return {{input, 1}};
             }
-        }
-        begin = end + 1;
-    }
-    return lines;
-}
-
-// The library counts lines from the start of the document; people count them from the start of the file.
-std::string placedFindings(const std::string& findings, const std::string& name, size_t firstLine)
-{
-    std::string lines;
-    for (size_t begin = 0; begin < findings.size();) {
-        const size_t end = std::min(findings.find('\n', begin), findings.size());
-        size_t line = 0;
-        const auto [rest, error] = std::from_chars(findings.data() + begin, findings.data() + end, line);
-        if (error == std::errc()) {
-            lines +=
-                name + ':' + std::to_string(line + firstLine - 1) + std::string(rest, findings.data() + end) + '\n';
-        } else {  // "... and more" has no place
-            lines += findings.substr(begin, end - begin) + '\n';
         }
         begin = end + 1;
     }

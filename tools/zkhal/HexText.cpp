@@ -30,6 +30,11 @@ std::string hexText(const uint8_t* bytes, size_t length)
     return text;
 }
 
+std::string counted(size_t count, const std::string& noun)
+{
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 bool readHex(const std::string& text, std::vector<uint8_t>& bytes, std::string& problem)
 {
     int high = -1;
@@ -42,7 +47,9 @@ bool readHex(const std::string& text, std::vector<uint8_t>& bytes, std::string& 
         }
         const int digit = digitValue(c);
         if (digit < 0) {
-            problem = std::string("'") + c + "' is no hex digit";
+            const auto byte = static_cast<uint8_t>(c);
+            problem = (byte > 0x20 && byte < 0x7F ? std::string("'") + c + "'" : "byte " + hexText(&byte, 1)) +
+                      " is no hex digit";
             return false;
         }
         if (high < 0) {

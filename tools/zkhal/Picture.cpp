@@ -28,6 +28,11 @@ std::string escaped(const std::string& text)
     return out;
 }
 
+bool isFinite(const Point& point)
+{
+    return std::isfinite(point.x) && std::isfinite(point.y);
+}
+
 struct Axis {
     double low, high, step;
 };
@@ -58,7 +63,7 @@ public:
         double lowX = INFINITY, highX = -INFINITY, lowY = INFINITY, highY = -INFINITY;
         for (const Curve& curve : chart.curves) {
             for (const Point& point : curve.points) {
-                if (std::isfinite(point.x) && std::isfinite(point.y)) {
+                if (isFinite(point)) {
                     lowX = std::min(lowX, point.x);
                     highX = std::max(highX, point.x);
                     lowY = std::min(lowY, point.y);
@@ -183,23 +188,47 @@ private:
     Axis mAxisX{}, mAxisY{};
 };
 
-std::string drawCurve(const Frame& frame, const Curve& curve)
+// The stretches of a curve between its interruptions; more points than a picture can show are thinned.
+std::vector<std::vector<Point>> stretchesOf(const Curve& curve)
 {
-    // More points than a picture can show are thinned.
     constexpr size_t kMostPoints = 5000;
     const size_t stride = curve.points.size() / kMostPoints + 1;
-    std::string path;
+    std::vector<std::vector<Point>> stretches;
     bool isDown = false;
-    for (size_t i = 0; i < curve.points.size(); i += stride) {
-        const Point& point = curve.points[i];
-        const bool isFinite = std::isfinite(point.x) && std::isfinite(point.y);
-        if (isFinite) {
-            path += (isDown ? 'L' : 'M') + number(frame.x(point.x)) + ' ' + number(frame.y(point.y));
+    size_t shown = 0;  // strides that have their point
+    for (size_t i = 0; i < curve.points.size(); ++i) {
+        if (!isFinite(curve.points[i])) {
+            isDown = false;
+        } else if (i / stride >= shown) {
+            if (!isDown) {
+                stretches.emplace_back();
+            }
+            stretches.back().push_back(curve.points[i]);
+            isDown = true;
+            shown = i / stride + 1;
         }
-        isDown = isFinite;
     }
-    const char* const style = curve.isBackdrop ? "' class='wide" : "";
-    return std::string("<path stroke='") + curve.color + style + "' d='" + path + "'/>\n";
+    return stretches;
+}
+
+std::string drawCurve(const Frame& frame, const Curve& curve)
+{
+    std::string lines, dots;
+    for (const std::vector<Point>& stretch : stretchesOf(curve)) {
+        std::string path = 'M' + number(frame.x(stretch[0].x)) + ' ' + number(frame.y(stretch[0].y));
+        if (stretch.size() == 1) {
+            dots += path + "h0";
+        }
+        for (size_t i = 1; i < stretch.size(); ++i) {
+            const std::string x = number(frame.x(stretch[i].x)), y = number(frame.y(stretch[i].y));
+            path += curve.isStepped ? 'H' + x + 'V' + y : 'L' + x + ' ' + y;
+        }
+        lines += stretch.size() > 1 ? path : "";
+    }
+    const auto draw = [&](const char* style, const std::string& path) {
+        return path.empty() ? "" : std::string("<path stroke='") + curve.color + style + "' d='" + path + "'/>\n";
+    };
+    return draw(curve.isBackdrop ? "' class='wide" : "", lines) + draw("' class='dots", dots);
 }
 
 std::string drawChart(const Chart& chart, double x, double y)
@@ -231,17 +260,17 @@ std::string drawPicture(const std::string& title, const std::vector<Chart>& char
     const int rows = (static_cast<int>(charts.size()) + kColumns - 1) / kColumns;
     const int columns = std::min(static_cast<int>(charts.size()), kColumns);
     const std::string width = number(columns * kWidth), height = number(kHead + rows * kHeight);
-    std::string svg =
-        "<svg xmlns='http://www.w3.org/2000/svg' width='" + width + "' height='" + height + "' viewBox='0 0 " + width +
-        ' ' + height +
-        "' font-family='sans-serif'>\n"
-        "<style>path{fill:none;stroke-width:1.6;stroke-linejoin:round}.grid{stroke:#e4e4e4;"
-        "stroke-width:1}.plot{fill:#fff;stroke:#999}text{fill:#222}.tick{font-size:11px}"
-        ".label{font-size:12px}.title{font-size:13px;font-weight:bold}"
-        ".wide{stroke-width:4;opacity:0.45}.begin{fill:#fff;stroke:#222;stroke-width:2}.end{fill:#222}</style>\n"
-        "<rect width='100%' height='100%' fill='#fafafa'/>\n"
-        "<text x='16' y='28' font-size='18' font-weight='bold'>" +
-        escaped(title) + "</text>\n";
+    std::string svg = "<svg xmlns='http://www.w3.org/2000/svg' width='" + width + "' height='" + height +
+                      "' viewBox='0 0 " + width + ' ' + height +
+                      "' font-family='sans-serif'>\n"
+                      "<style>path{fill:none;stroke-width:1.6;stroke-linejoin:round}.grid{stroke:#e4e4e4;"
+                      "stroke-width:1}.plot{fill:#fff;stroke:#999}text{fill:#222}.tick{font-size:11px}"
+                      ".label{font-size:12px}.title{font-size:13px;font-weight:bold}"
+                      ".dots{stroke-width:4;stroke-linecap:round}.wide{stroke-width:4;opacity:0.45}.begin{fill:#fff;"
+                      "stroke:#222;stroke-width:2}.end{fill:#222}</style>\n"
+                      "<rect width='100%' height='100%' fill='#fafafa'/>\n"
+                      "<text x='16' y='28' font-size='18' font-weight='bold'>" +
+                      escaped(title) + "</text>\n";
     for (size_t i = 0; i < charts.size(); ++i) {
         svg += drawChart(charts[i], kWidth * static_cast<double>(i % kColumns),
                          kHead + kHeight * static_cast<double>(i / kColumns));

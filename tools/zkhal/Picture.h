@@ -13,8 +13,9 @@ struct Point {
 struct Curve {
     std::string name;
     const char* color;
-    std::vector<Point> points;  // a point that is not finite interrupts the line
+    std::vector<Point> points;  // a point that is not finite interrupts the line; one alone is a dot
     bool isBackdrop = false;    // of a map: what stands around, without begin and end
+    bool isStepped = false;     // a value holds until the next one
 };
 
 // Colours over time, as a bar.

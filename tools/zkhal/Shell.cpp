@@ -1,4 +1,4 @@
-// zkhal shell: the text shell of a virtual robot.
+// zkhal shell: the text shell of a robot.
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -7,16 +7,18 @@
 #include <unistd.h>
 
 #include "Commands.h"
-#include "CoreUtility/FormatText.h"
+#include "Input.h"
+#include "OutputFile.h"
+#include "RobotChoice.h"
 #include "RobotOption.h"
-#include "Session.h"
+#include "Talk.h"
 
 namespace zkhal {
 
 namespace {
 
 struct ShellOptions {
-    uint32_t robotType = ZK_ROBOT_ORVIK;
+    RobotChoice robot;
     uint64_t seed = 1;
     double timeout = 1;
     bool quiet = false;
@@ -24,18 +26,17 @@ struct ShellOptions {
 
 int runShell(const ShellOptions& options)
 {
-    Session session(
-        options.robotType, options.seed, {}, [&](double seconds, const char* side, const std::string& words) {
-            if (options.quiet) {
-                return;
-            }
-            const std::string sign = side;
-            std::printf("%8.3f  %s %s\n", seconds, sign == "out" ? "->" : sign == "in" ? "<-" : "  ", words.c_str());
-        });
+    Talk session(options.robot, [&](double seconds, const char* side, const std::string& words) {
+        if (options.quiet) {
+            return;
+        }
+        const std::string sign = side;
+        std::printf("%8.3f  %s %s\n", seconds, sign == "out" ? "->" : sign == "in" ? "<-" : "  ", words.c_str());
+    });
     session.showsBytes = true;
     session.showsRobot = false;
     if (!session.connect()) {
-        return kBadInput;
+        return kLostRobot;
     }
     const bool isTyped = isatty(STDIN_FILENO) != 0;
     int status = kSuccess;
@@ -64,13 +65,15 @@ int runShell(const ShellOptions& options)
         std::string answer;
         const bool isAnswered = session.ask(line, options.timeout, answer);
         if (options.quiet && isAnswered) {
-            std::printf("%s\n", answer.c_str());
+            std::printf("%s\n", shown(answer).c_str());
         } else if (options.quiet) {
-            std::fprintf(stderr, "zkhal shell: no answer to \"%s\"\n", ZKHAL::printable(line).c_str());
+            std::fprintf(stderr, "zkhal shell: no answer to \"%s\"\n", shown(line).c_str());
         }
         status = isAnswered ? status : kBadInput;
     }
-    return status;
+    const bool isLost = session.isLost();
+    session.disconnect();
+    return isLost ? kLostRobot : status;
 }
 
 }  // namespace
@@ -78,26 +81,28 @@ int runShell(const ShellOptions& options)
 void addShell(CLI::App& app, int& status)
 {
     auto options = std::make_shared<ShellOptions>();
-    CLI::App* command =
-        app.add_subcommand("shell", "Type commands to a virtual robot's shell, see packets and answers");
-    addRobotOption(*command, options->robotType);
-    command->add_option("--seed", options->seed, "Another robot (default 1)");
+    CLI::App* command = app.add_subcommand("shell", "Type commands to a robot's shell, see packets and answers");
+    addRobotChoice(*command, options->robot, false);
+    command->add_option("--seed", options->seed, "Another virtual robot (default 1)");
     command->add_option("--timeout", options->timeout, "Seconds to wait for an answer (default 1)")
-        ->check(finiteRange(0, 3600));
+        ->check(finiteRange(0.001, 3600));
     command->add_flag("--quiet", options->quiet, "Print answers only");
     command->footer(
         "-> is written to the robot, <- is notified by it. Exit status 1 when a command was not answered in time.\n"
-        "Time is the robot's own, nobody waits.\n\n"
+        "orvik, pell, quill and rusk are virtual robots here.\n\n"
         "Examples:\n"
         "  echo 'DUMP SND VER.EP1' | zkhal shell\n"
-        "  printf 'NAME\\nSLEEP\\n' | zkhal shell --robot rusk --quiet");
+        "  printf 'NAME\\nSLEEP\\n' | zkhal shell --robot rusk --quiet\n"
+        "  zkhal shell --robot 'Orvik num'");
     command->callback([options, &status] {
-        if (Simulator::findModel(options->robotType) == nullptr) {
-            std::cerr << "zkhal shell: there is no virtual robot of this type\n";
-            status = kWrongUse;
-            return;
+        try {
+            preferVirtual(options->robot, options->seed);
+            const QuietLibrary quiet;
+            status = runShell(*options);
+        } catch (const InputError& problem) {
+            std::cerr << "zkhal shell: " << problem.message << '\n';
+            status = kBadInput;
         }
-        status = runShell(*options);
     });
 }
 

@@ -13,14 +13,22 @@ int main(int argc, char** argv)
     CLI::App app("Commands and sensors of small classroom robots, without a radio.", "zkhal");
     app.set_version_flag("--version", "zkhal " ZKHAL_VERSION);
     app.require_subcommand(1);
-    app.footer("Exit status: 0 success, 1 bad input, 2 wrong use.\n'zkhal COMMAND --help' shows examples.");
+    app.footer(
+        "Exit status: 0 success, 1 bad input, 2 wrong use, 3 a robot was lost.\n'zkhal COMMAND --help' shows "
+        "examples.");
     int status = zkhal::kSuccess;
+#if ZKHAL_HAS_HOST
+    zkhal::addScan(app, status);
+    zkhal::addRun(app, status);
+    zkhal::addWatch(app, status);
+    zkhal::addDrive(app, status);
+    zkhal::addShell(app, status);
+    zkhal::addDemo(app, status);
+#endif
     zkhal::addEncode(app, status);
     zkhal::addExplain(app, status);
     zkhal::addDecode(app, status);
     zkhal::addAdvert(app, status);
-    zkhal::addDemo(app, status);
-    zkhal::addShell(app, status);
     zkhal::addPuppet(app, status);
     zkhal::addVocabulary(app, status);
 #if ZKHAL_HAS_SOUND
