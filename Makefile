@@ -3,7 +3,7 @@ JOBS ?= $(shell nproc)
 BUILD ?= build/default
 FUZZ_SECONDS ?= 60
 
-.PHONY: all configure demo test test-cross bench fuzz lint clean
+.PHONY: all configure demo test test-core test-cross bench fuzz lint clean
 all: configure
 	cmake --build $(BUILD) --parallel $(JOBS)
 
@@ -17,6 +17,11 @@ demo: configure
 
 test: all
 	ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS)
+
+# The C++ tests alone: the library, the virtual robots, the sessions.
+test-core: configure
+	cmake --build $(BUILD) --parallel $(JOBS) --target zkhal_core_tests
+	ctest --test-dir $(BUILD) --output-on-failure --parallel $(JOBS) --label-regex core
 
 # The same bytes on 32 bits and with the high byte first; Windows and WebAssembly build.
 test-cross:

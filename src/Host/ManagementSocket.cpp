@@ -110,7 +110,8 @@ int ManagementSocket::send(uint16_t command, uint16_t adapter, const std::vector
     put16(packet.data() + 2, adapter);
     put16(packet.data() + 4, static_cast<uint16_t>(parameters.size()));
     packet.insert(packet.end(), parameters.begin(), parameters.end());
-    return write(mSocket, packet.data(), packet.size()) == static_cast<ssize_t>(packet.size()) ? 0 : errno;
+    // The kernel takes packets whole; of one that it refuses it says 0 bytes, and the reason in a reply.
+    return write(mSocket, packet.data(), packet.size()) >= 0 ? 0 : errno;
 }
 
 void ManagementSocket::sendNext()

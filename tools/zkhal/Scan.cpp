@@ -89,7 +89,7 @@ std::string cell(const std::string& text, size_t width)
     for (const char c : text) {
         characters += (static_cast<unsigned char>(c) & 0xC0) != 0x80 ? 1u : 0u;
     }
-    return text + std::string(characters < width ? width - characters : 0, ' ') + "  ";
+    return text + std::string(characters < width ? width - characters : 0, ' ') + ' ';
 }
 
 // As wide as the terminal, so that no line breaks: they are counted to write over them.
@@ -99,20 +99,20 @@ std::string tableOf(const Host::Hub& hub)
     const size_t width = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : size_t{80};
     std::string table;
     const auto add = [&](const std::string(&cells)[8]) {
-        constexpr size_t kWidths[] = {17, 5, 17, 6, 8, 14, 4, 16};
+        constexpr size_t kWidths[] = {14, 5, 17, 6, 5, 4, 4, 16};
         std::string line;
         for (size_t i = 0; i < 8; ++i) {
             line += cell(cells[i], kWidths[i]);
         }
         table += cut(line, width - 1) + '\n';
     };
-    add({"NAME", "ROBOT", "ADDRESS", "SEEN", "FIRMWARE", "BATTERY", "RSSI", "ID"});
+    add({"NAME", "ROBOT", "ADDRESS", "ID", "FW", "RSSI", "AGE", "BATTERY"});
     for (const Host::Sighting& seen : hub.sightings()) {
         char age[32];
         std::snprintf(age, sizeof age, "%.0f s", hub.now() - seen.lastSeen);
-        add({shown(seen.info.name), familyOf(seen.info.type), shown(seen.id), age, firmwareOf(seen.info),
-             std::string(batteryInWords(seen.info.batteryLevel)) + (isCharging(seen.info) ? ", charging" : ""),
-             seen.hasRssi ? std::to_string(seen.rssi) : "", shown(seen.info.uniqueId)});
+        add({shown(seen.info.name), familyOf(seen.info.type), shown(seen.id), shown(seen.info.uniqueId),
+             firmwareOf(seen.info), seen.hasRssi ? std::to_string(seen.rssi) : "", age,
+             std::string(batteryInWords(seen.info.batteryLevel)) + (isCharging(seen.info) ? ", charging" : "")});
     }
     return table;
 }
