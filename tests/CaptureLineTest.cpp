@@ -95,29 +95,37 @@ TEST(CaptureLineTest, PacketsOfASessionBecomeReports)
         {"0.115000 > AF230002 01012CFED4", "-"},
         {"0.120000 < AF230006 0000000000000000000000000000000000000000", "0.12 40"},
         {"0.130000 < AF230003 1012000800000010000000000000000000000000", "-"},
-        {"0.160000 < AF230003 2012000800000010000000000000000000000000", "0.13 20"},
+        {"0.160000 < AF230003 2012000800000010000000000000000000000000", "0.16 20"},
         {"0.170000 < AF230006 1000000000000000000000000000000000000000", "-"},
         {"0.180000 < AF230006 2000000000000000000000000000000000000000", "0.18 40"},
         {"0.190000 < AF230006 2000000000000000000000000000000000000000", "-"},
+        {"0.191000 < AF230003 4012000800000010000000000000000000000000", "-"},
+        {"0.192000 < AF230006 5000000000000000000000000000000000000000", "-"},
+        {"0.193000 < AF230003 5012000800000010000000000000000000000000", "0.193 20 0.193 40"},
         {"0.200000 < AF230003 30120008", "a report is one or two packets of 20 bytes, not 4 bytes"},
         {"0.300000 0012000800000010000000000000000000000000", "0.3 20"},
         {"0.310000 < AF230003 3012000800000010000000000000000000000000", "-"},
-        {nullptr, "0.31 20"},
+        {"0.320000 * lost the connection is lost", "0.31 20"},
+        {"0.400000 < AF230003 3012000800000010000000000000000000000000", "-"},
+        {nullptr, "0.4 20"},
         {nullptr, "-"},
     };
     CaptureReader reader;
     for (const auto& each : kLines) {
         SCOPED_TRACE(each.line ? each.line : "the end");
-        CaptureLine report;
-        std::string problem;
-        const CaptureReader::Line kind =
-            each.line != nullptr ? reader.read(each.line, report, problem) : reader.finish(report);
-        char got[80];
-        std::snprintf(got, sizeof got, "%g %zu", report.seconds, report.bytes.size());
-        EXPECT_EQ(kind == CaptureReader::Line::Bad      ? problem
-                  : kind == CaptureReader::Line::Report ? got
-                                                        : "-",
-                  each.result);
+        std::vector<CaptureLine> reports;
+        std::string problem, result;
+        if (each.line == nullptr) {
+            reader.finish(reports);
+        } else if (!reader.read(each.line, reports, problem)) {
+            result = problem;
+        }
+        for (const CaptureLine& report : reports) {
+            char got[80];
+            std::snprintf(got, sizeof got, "%g %zu", report.seconds, report.bytes.size());
+            result += (result.empty() ? "" : " ") + std::string(got);
+        }
+        EXPECT_EQ(result.empty() ? "-" : result, each.result);
     }
 }
 

@@ -9,6 +9,7 @@ namespace {
 
 constexpr size_t kRecordSize = 26, kFamilyByte = 1;
 constexpr size_t kLongestField = 255, kLongestName = 248;  // of an advertisement
+constexpr int16_t kUnknownRssi = 127;                      // of a controller that does not measure
 constexpr size_t kMostCompanies = 64, kMostAttributes = 256;
 
 const char* const kServices[] = {
@@ -78,7 +79,7 @@ bool Device::update(const BusProperties& changed, bool isNameFixed)
     }
     if (const auto* const strength = find<int16_t>(changed, "RSSI")) {
         isNews = true;
-        rssi = *strength;
+        rssi = *strength != kUnknownRssi ? std::optional<int16_t>(*strength) : std::nullopt;
     }
     if (const auto* const uuids = find<std::vector<std::string>>(changed, "UUIDs")) {
         isNews = isNews || !isNameFixed;

@@ -212,7 +212,11 @@ void RobotSession::dropEverything(const Error& error)
     mQueue.clear();
     mSteer.clear();
     mWriting = 0;
-    mFirst.length = 0;
+    const HALPacket_t alone = std::exchange(mFirst, {});
+    mSecond.length = 0;
+    if (alone.length > 0) {
+        report(&alone, 1);
+    }
     if (mHasRobot && ZKIsKnownRobot(mId.c_str())) {
         ZKHandleDisconnect(mId.c_str());
     }

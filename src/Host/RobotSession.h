@@ -218,7 +218,7 @@ private:
     size_t mWriting = 0;
     std::string mSteer;
     std::deque<Asked> mAsked;
-    HALPacket_t mFirst = {};  // of a report whose second packet is still to come
+    HALPacket_t mFirst = {}, mSecond = {};  // of a report whose other packet is still to come; length 0: none
     uint64_t mReports = 0, mLosses = 0;
 };
 

@@ -218,7 +218,8 @@ void RobotSession::onNotification(const char* channel, const uint8_t* data, size
     }
 }
 
-// Both packets of a report carry its number. One whose partner is lost is decoded alone when it is the first.
+// Both packets of a report carry its number, and come on ways of their own, so that the second may be there before the
+// first. One whose partner is lost is decoded alone when it is the first.
 void RobotSession::takeSensorPacket(bool isFirst, const uint8_t* data, size_t length)
 {
     if (length == 0) {
@@ -228,15 +229,23 @@ void RobotSession::takeSensorPacket(bool isFirst, const uint8_t* data, size_t le
     packet.length = static_cast<uint32_t>(std::min<size_t>(length, HAL_PACKET_SIZE));
     std::memcpy(packet.data, data, packet.length);
     const auto number = [](const HALPacket_t& each) { return each.data[0] >> 4; };
-    if (isFirst) {
-        if (mFirst.length > 0 && number(packet) != number(mFirst)) {
-            report(&mFirst, 1);
+    HALPacket_t& other = isFirst ? mSecond : mFirst;
+    if (other.length > 0 && number(packet) == number(other)) {
+        const HALPacket_t both[] = {isFirst ? packet : other, isFirst ? other : packet};
+        const HALPacket_t alone = std::exchange(mFirst, {});
+        mSecond.length = 0;
+        if (isFirst && alone.length > 0) {
+            report(&alone, 1);
         }
-        mFirst = packet;
-    } else if (mFirst.length > 0 && number(packet) == number(mFirst)) {
-        const HALPacket_t both[] = {mFirst, packet};
-        mFirst.length = 0;
         report(both, 2);
+    } else if (isFirst) {
+        const HALPacket_t alone = std::exchange(mFirst, packet);
+        mSecond.length = 0;  // of a report that is over
+        if (alone.length > 0 && number(alone) != number(packet)) {
+            report(&alone, 1);
+        }
+    } else {
+        mSecond = packet;
     }
 }
 

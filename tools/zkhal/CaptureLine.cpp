@@ -111,47 +111,66 @@ bool readCaptureLine(const std::string& line, CaptureLine& capture, std::string&
     return readPackets(capture.hasTime ? rest : line, capture.bytes, problem);
 }
 
-CaptureReader::Line CaptureReader::read(const std::string& line, CaptureLine& report, std::string& problem)
+bool CaptureReader::read(const std::string& line, std::vector<CaptureLine>& reports, std::string& problem)
 {
+    reports.clear();
     SessionLine session;
     if (!readSessionLine(line, session)) {
-        return readCaptureLine(line, report, problem) ? Line::Report : Line::Bad;
+        reports.resize(1);
+        const bool isReport = readCaptureLine(line, reports[0], problem);
+        reports.resize(isReport ? 1 : 0);
+        return isReport;
+    }
+    if (session.kind == '*' && session.rest.compare(0, 4, "lost") == 0) {
+        finish(reports);
+        return true;
     }
     const bool isFirst = session.rest.compare(0, std::size(kFirstPackets) - 1, kFirstPackets) == 0;
     const bool isSecond = session.rest.compare(0, std::size(kSecondPackets) - 1, kSecondPackets) == 0;
     if (session.kind != '<' || (!isFirst && !isSecond)) {
-        return Line::Nothing;  // written, from the shell, or about the connection
+        return true;  // written, from the shell, or about the connection
     }
     CaptureLine packet;
     if (!readPackets(session.rest.substr(endOfToken(session.rest, 0)), packet.bytes, problem)) {
-        return Line::Bad;
+        return false;
     }
     if (packet.bytes.size() != HAL_PACKET_SIZE) {
         problem = "a sensor packet has 20 bytes, not " + counted(packet.bytes.size(), "byte");
-        return Line::Bad;
+        return false;
     }
     packet.hasTime = true;
     packet.seconds = session.seconds;
-    if (isFirst) {
-        std::swap(packet, mFirst);
-        report = packet;  // whose second packet never came
-        return report.bytes.empty() ? Line::Nothing : Line::Report;
+    const CaptureLine& other = isFirst ? mSecond : mFirst;
+    const bool isPair = !other.bytes.empty() && numberOf(other) == numberOf(packet);
+    if (isSecond && !isPair) {
+        mSecond = packet;
+        return true;
     }
-    if (mFirst.bytes.empty() || numberOf(mFirst) != numberOf(packet)) {
-        return Line::Nothing;  // half a report that says nothing by itself
+    CaptureLine first = isFirst ? packet : mFirst;
+    if (isFirst && !mFirst.bytes.empty() && (isPair || numberOf(mFirst) != numberOf(packet))) {
+        reports.push_back(mFirst);  // whose second packet never came
     }
-    report = mFirst;
-    report.seconds = packet.seconds;
-    report.bytes.insert(report.bytes.end(), packet.bytes.begin(), packet.bytes.end());
-    mFirst.bytes.clear();
-    return Line::Report;
+    if (isPair) {
+        const std::vector<uint8_t>& second = isFirst ? mSecond.bytes : packet.bytes;
+        first.bytes.insert(first.bytes.end(), second.begin(), second.end());
+        reports.push_back(first);
+        first.bytes.clear();
+    }
+    mFirst = first;
+    mSecond.bytes.clear();
+    for (CaptureLine& report : reports) {
+        report.seconds = session.seconds;  // when it is known to be all there is
+    }
+    return true;
 }
 
-CaptureReader::Line CaptureReader::finish(CaptureLine& report)
+void CaptureReader::finish(std::vector<CaptureLine>& reports)
 {
-    report = mFirst;
+    reports.clear();
+    if (!mFirst.bytes.empty()) {
+        reports.push_back(std::move(mFirst));
+    }
     mFirst.bytes.clear();
-    return report.bytes.empty() ? Line::Nothing : Line::Report;
 }
 
 }  // namespace zkhal

@@ -18,18 +18,17 @@ struct CaptureLine {
 bool readCaptureLine(const std::string& line, CaptureLine& capture, std::string& problem);
 
 // Reads lines of both kinds. A session's recording has a line for each packet, such as `1.033333 < AF230003 HEX`; both
-// packets of a report carry one number, and either may be lost.
+// packets of a report carry one number, either may be lost, and the second may come first. It makes the reports that a
+// session makes.
 class CaptureReader {
 public:
-    enum class Line { Report, Nothing, Bad };
-
-    // The report that this line makes whole, if it does.
-    Line read(const std::string& line, CaptureLine& report, std::string& problem);
+    // The reports that this line makes whole, none to two. False, with the reason, for a line that is neither.
+    bool read(const std::string& line, std::vector<CaptureLine>& reports, std::string& problem);
     // The packet whose other half never came, at the end of all lines.
-    Line finish(CaptureLine& report);
+    void finish(std::vector<CaptureLine>& reports);
 
 private:
-    CaptureLine mFirst;  // bytes are empty when there is none
+    CaptureLine mFirst, mSecond;  // bytes are empty when there is none
 };
 
 }  // namespace zkhal

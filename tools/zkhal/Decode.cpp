@@ -107,23 +107,24 @@ public:
         if (begin == std::string::npos || line[begin] == '#') {
             return;
         }
-        CaptureLine capture;
+        std::vector<CaptureLine> reports;
         std::string problem;
-        const CaptureReader::Line kind = mReader.read(line, capture, problem);
-        if (kind == CaptureReader::Line::Bad) {
+        if (!mReader.read(line, reports, problem)) {
             std::cout.flush();
             std::cerr << mName << ':' << mNumber << ": " << problem << '\n';
             status = kBadInput;
-        } else if (kind == CaptureReader::Line::Report) {
-            report(capture);
+        }
+        for (const CaptureLine& each : reports) {
+            report(each);
         }
     }
 
     void finish()
     {
-        CaptureLine capture;
-        if (mReader.finish(capture) == CaptureReader::Line::Report) {
-            report(capture);
+        std::vector<CaptureLine> reports;
+        mReader.finish(reports);
+        for (const CaptureLine& each : reports) {
+            report(each);
         }
         if (!mOptions.svg.empty()) {
             writeFile(mOptions.svg, mPicture.draw(robotName(mOptions.robotType) + ": " + mName));
