@@ -122,7 +122,7 @@ grep -qE ' > AF230002 0100000000' "$dir/cut.capture" || fail "Ctrl-C: the wheels
 # So does a reader who has seen enough.
 printf '%s\n' '{"211":{"left_cm_s":10,"right_cm_s":10}}' >"$dir/lesson"
 for i in $(seq 40); do printf '{"shell":"ECHO %05000d"}\n{"wait":0.05}\n' "$i"; done >>"$dir/lesson"
-"$zkhal" run "$dir/lesson" --pace real --record "$dir/pipe.capture" | true
+"$zkhal" run "$dir/lesson" --pace real --record "$dir/pipe.capture" 2>"$dir/out" | true
 grep -qE ' > AF230002 0100000000' "$dir/pipe.capture" || fail "a closed pipe: the wheels go on"
 "$zkhal" demo --pace real >"$dir/out" 2>&1 &
 sleep 1.5
