@@ -40,10 +40,12 @@ set(ZKHAL_CXX_HEADERS
   HAL/RobotHardware/RobotHW.h
   HAL/RobotHardware/RobotHW_rev0.h
   HAL/RobotHardware/robot_hw0_cmd_data.h
+  HAL/RobotMessages/CommandBytes.h
   HAL/RobotMessages/CommandRecords.h
   HAL/RobotMessages/Components.h
   HAL/RobotMessages/Ctlr2BotMsg.h
-  HAL/RobotMessages/RobotTypes.h)
+  HAL/RobotMessages/RobotTypes.h
+  HAL/RobotMessages/WireCommands.h)
 if(ZKHAL_SOUND)
   list(APPEND ZKHAL_CXX_HEADERS
     CoreUtility/Sound/NuSoundEncode.h
@@ -54,8 +56,10 @@ if(ZKHAL_SIMULATOR)
   list(APPEND ZKHAL_CXX_HEADERS
     Simulator/AnimationReader.h
     Simulator/Chassis.h
+    Simulator/CommandFields.h
     Simulator/CommandReader.h
     Simulator/Link.h
+    Simulator/PacketBytes.h
     Simulator/RobotModel.h
     Simulator/RobotShell.h
     Simulator/Room.h

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -84,7 +85,6 @@ private:
     struct CommandRow;
     friend struct CommandRow;
     static const CommandRow kCommands[];
-    static constexpr bool commandsRunBesideWireCommands();
 
     VirtualRobot(const RobotModel& model, uint64_t seed);
 

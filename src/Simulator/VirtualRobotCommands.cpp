@@ -22,6 +22,17 @@ uint8_t byteOf(const RobotCommand& command, const FieldLayout& field)
     return ZKHAL::low8(command.raw(field));
 }
 
+template <class Row, size_t kCount>
+constexpr bool runBesideWireCommands(const Row (&rows)[kCount])
+{
+    for (size_t i = 0; i < kCount && i < kWireCommandCount; ++i) {
+        if (rows[i].code != kWireCommands[i].code || rows[i].subCode != kWireCommands[i].subCode) {
+            return false;
+        }
+    }
+    return kCount == kWireCommandCount;
+}
+
 }  // namespace
 
 // Beside kWireCommands, which says which robots have what a command is for.
@@ -90,19 +101,9 @@ constexpr VirtualRobot::CommandRow VirtualRobot::kCommands[] = {
     {kCmdPing, kNoSubCode, &VirtualRobot::onPing},
 };
 
-constexpr bool VirtualRobot::commandsRunBesideWireCommands()
-{
-    for (size_t i = 0; i < kWireCommandCount; ++i) {
-        if (kCommands[i].code != kWireCommands[i].code || kCommands[i].subCode != kWireCommands[i].subCode) {
-            return false;
-        }
-    }
-    return sizeof kCommands / sizeof kCommands[0] == kWireCommandCount;
-}
-
 void VirtualRobot::obey(const RobotCommand& command)
 {
-    static_assert(commandsRunBesideWireCommands(), "kCommands is found by the place of the command in kWireCommands");
+    static_assert(runBesideWireCommands(kCommands), "kCommands is found by the place of the command in kWireCommands");
     const auto row = static_cast<size_t>(&command.command() - kWireCommands);
     const std::string words = command.inWords();
     if ((command.command().robots & robotSet(mModel.type)) == 0) {
