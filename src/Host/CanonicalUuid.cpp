@@ -11,4 +11,9 @@ std::string canonicalUuid(const std::string& uuid)
     return upper;
 }
 
+bool isSameTextIgnoringCase(const std::string& a, const std::string& b)
+{
+    return a.size() == b.size() && canonicalUuid(a) == canonicalUuid(b);
+}
+
 }  // namespace Host

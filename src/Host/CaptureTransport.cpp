@@ -9,6 +9,8 @@
 
 #include "ZKHAL/Vocabulary.h"
 
+#include "Host/RobotChannels.h"
+
 namespace Host {
 
 namespace {
@@ -16,11 +18,8 @@ namespace {
 constexpr double kAdvertisingInterval = 0.1;
 constexpr size_t kWindow = 32;
 constexpr char kService[] = "AF237777-879D-6186-1F49-DECA0E85D9C1";
-constexpr const char* kCharacteristics[] = {
-    "AF230000-879D-6186-1F49-DECA0E85D9C1", "AF230001-879D-6186-1F49-DECA0E85D9C1",
-    "AF230002-879D-6186-1F49-DECA0E85D9C1", "AF230003-879D-6186-1F49-DECA0E85D9C1",
-    "AF230006-879D-6186-1F49-DECA0E85D9C1",
-};
+constexpr const char* kCharacteristics[] = {kShellControl, kShellPacket, kCommandControl, kSensorPacket1,
+                                            kSensorPacket2};
 constexpr size_t kShellCharacteristics = 2;  // the first two: what a robot has that takes no commands
 
 double wallSeconds()

@@ -51,6 +51,8 @@ RobotSession& Hub::open(const std::string& who, const SessionOptions& options, S
 
 void Hub::close(RobotSession& session)
 {
+    // Now, and from the engine too: a late end would meet the robot's next session.
+    session.dropEverything({ErrorCode::NotConnected, "the session is closed", ""});
     session.mListener = nullptr;
     session.record = nullptr;
     session.disconnect();
@@ -150,10 +152,11 @@ void Hub::onAdvertisement(const Advertisement& advertisement)
     ZKGetRobotInfo(advertisement.id.c_str(), &info);
     const auto [place, isNew] = mSightingOf.emplace(advertisement.robot, mSightings.size());
     if (isNew) {
-        mSightings.push_back({advertisement.robot, advertisement.id, info, false, 0, now(), 0});
+        mSightings.push_back({advertisement.robot, advertisement.id, "", info, false, 0, now(), 0});
     }
     Sighting& seen = mSightings[place->second];
     seen.info = info;
+    seen.advertisedName = advertisement.name;
     seen.hasRssi = advertisement.hasRssi;
     seen.rssi = advertisement.rssi;
     seen.lastSeen = now();
@@ -163,7 +166,7 @@ void Hub::onAdvertisement(const Advertisement& advertisement)
     }
     for (size_t i = 0; i < mSessions.size() && session == nullptr; ++i) {
         RobotSession& each = *mSessions[i];
-        if (each.state() == SessionState::Looking && each.isWanted(advertisement, info)) {
+        if (each.state() == SessionState::Looking && isCalled(each.who(), advertisement.id, advertisement.name, info)) {
             session = &each;
             each.onAdvertisement(advertisement, info);
         }

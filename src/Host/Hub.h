@@ -18,6 +18,7 @@ namespace Host {
 struct Sighting {
     RobotRef robot;
     std::string id;  // the transport's
+    std::string advertisedName;
     ZKRobotInfo info;
     bool hasRssi;
     int rssi;         // dBm
@@ -43,7 +44,7 @@ public:
      * be null and must outlive the session. The session belongs to the hub until close().
      */
     RobotSession& open(const std::string& who, const SessionOptions& options = {}, SessionListener* listener = nullptr);
-    /** Not from inside a callback of this session. */
+    /** Not from inside a callback of this session. What its shell still has to answer fails. */
     void close(RobotSession& session);
 
     /** Looks for robots, also without a session that does. */

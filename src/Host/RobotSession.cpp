@@ -1,41 +1,31 @@
 #include "Host/RobotSession.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "Host/Capture.h"
 #include "Host/Hub.h"
+#include "Host/RobotChannels.h"
 
 namespace Host {
 
 namespace {
 
-#define ZK_CHANNEL(prefix) prefix "-879D-6186-1F49-DECA0E85D9C1"
-constexpr char kShellControl[] = ZK_CHANNEL("AF230000"), kShellPacket[] = ZK_CHANNEL("AF230001");
-constexpr char kCommandControl[] = ZK_CHANNEL("AF230002");
-constexpr char kSensorPacket1[] = ZK_CHANNEL("AF230003"), kSensorPacket2[] = ZK_CHANNEL("AF230006");
-
-constexpr size_t kMostWaiting = 4096;  // packets
-constexpr size_t kMostAsked = 256;
-constexpr size_t kMostSteered = 4096;  // bytes of a document
 constexpr double kSteady = 10;         // seconds after which a connection counts as a good one
+constexpr double kSlowestGoodbye = 3;  // seconds until a radio has told the end of a connection
 
-// "volume" above 1 is not sent: the robot stays as loud as it is.
-constexpr char kStopDriving[] =
-    R"({"211":{"left_cm_s":0,"right_cm_s":0},"208":{"angular_deg_s":0},"209":{"angular_deg_s":0},)"
-    R"("300":{"file":"STOPSOUND","volume":2}})";
-constexpr char kStopSounding[] = R"({"300":{"file":"STOPSOUND","volume":2}})";
-
-bool isSameTextIgnoringCase(const std::string& a, const std::string& b)
+// Names come from the air: control characters, those of two bytes too, do not get into words.
+std::string cleaned(std::string text)
 {
-    return a.size() == b.size() && canonicalUuid(a) == canonicalUuid(b);
-}
-
-bool takesCommands(uint32_t type)
-{
-    return type == ZK_ROBOT_ORVIK || type == ZK_ROBOT_PELL || type == ZK_ROBOT_QUILL;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const unsigned next = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0u;
+        if (byte < ' ' || byte == 0x7F || (byte == 0xC2 && next >= 0x80 && next < 0xA0)) {
+            text[i] = '?';
+        }
+    }
+    return text;
 }
 
 }  // namespace
@@ -56,15 +46,16 @@ RobotSession::~RobotSession() = default;
 
 // ---- The way to its robot --------------------------------------------------------------------------------------
 
-bool RobotSession::isWanted(const Advertisement& advertisement, const ZKRobotInfo& info) const
+bool isCalled(const std::string& who, const std::string& id, const std::string& advertisedName, const ZKRobotInfo& info)
 {
-    for (const std::string& name :
-         {advertisement.id, advertisement.name, std::string(info.name), std::string(info.uniqueId)}) {
-        if (!name.empty() && isSameTextIgnoringCase(mWho, name)) {
-            return true;
-        }
-    }
-    return false;
+    const std::string names[] = {id, advertisedName, info.name, info.uniqueId};
+    return std::any_of(std::begin(names), std::end(names),
+                       [&](const std::string& name) { return !name.empty() && isSameTextIgnoringCase(who, name); });
+}
+
+bool RobotSession::isCalled(const std::string& name) const
+{
+    return isSameTextIgnoringCase(mWho, name) || (mHasRobot && Host::isCalled(name, mId, mAdvertisedName, mInfo));
 }
 
 void RobotSession::onAdvertisement(const Advertisement& advertisement, const ZKRobotInfo& info)
@@ -75,6 +66,7 @@ void RobotSession::onAdvertisement(const Advertisement& advertisement, const ZKR
     mHasRobot = true;
     mRobot = advertisement.robot;
     mId = advertisement.id;
+    mAdvertisedName = advertisement.name;
     mInfo = info;
     mHub.bind(*this);
     if (record != nullptr) {
@@ -90,8 +82,8 @@ void RobotSession::onAdvertisement(const Advertisement& advertisement, const ZKR
 void RobotSession::connect()
 {
     mDeadline = mHub.now() + mOptions.connectSeconds;
+    mHub.transport().connect(mRobot);  // first: whoever is told may have it disconnect
     enter(SessionState::Connecting, {});
-    mHub.transport().connect(mRobot);
 }
 
 void RobotSession::onConnected()
@@ -117,19 +109,22 @@ void RobotSession::onDiscovered(const std::vector<Characteristic>& characteristi
         }
     }
     if (own.empty() || !ZKValidateChannels(mId.c_str(), own.data(), own.size())) {
-        mIsWished = true;  // nothing is gained by trying again
-        mLastError = {ErrorCode::NotARobot,
-                      own.empty() ? "it has none of the robots' services"
-                                  : "it has characteristics that its kind of robot does not have",
-                      ""};
-        mHub.transport().disconnect(mRobot);
+        mRefusal = {ErrorCode::NotARobot,
+                    own.empty() ? "it has none of the robots' services"
+                                : "it has characteristics that its kind of robot does not have",
+                    ""};
+        disconnect();  // nothing is gained by trying again
         return;
     }
+    const auto isThere = [&own](const char* channel) {
+        return std::any_of(own.begin(), own.end(),
+                           [channel](const char* uuid) { return isSameTextIgnoringCase(uuid, channel); });
+    };
+    mTakesCommands = isThere(kCommandControl);
+    mHasShell = isThere(kShellControl);
     mToSubscribe.clear();
     for (const char* channel : {kSensorPacket2, kSensorPacket1, kShellPacket}) {  // from the back
-        const bool isThere = std::any_of(own.begin(), own.end(),
-                                         [channel](const char* uuid) { return isSameTextIgnoringCase(uuid, channel); });
-        if (isThere) {
+        if (isThere(channel)) {
             mToSubscribe.push_back(channel);
         }
     }
@@ -145,6 +140,7 @@ void RobotSession::subscribeNext()
         return;
     }
     mReadySince = mHub.now();
+    mLastError = {};
     if (record != nullptr) {
         record(captureLine(mHub.now(), CaptureKind::Connected, "", nullptr, 0, ""));
     }
@@ -194,7 +190,7 @@ void RobotSession::onLost(const Error& error)
             mPause = mOptions.firstPause;
         }
     }
-    const Error reason = error || !mIsWished ? error : mLastError;
+    const Error reason = error ? error : mRefusal;
     mState = SessionState::Pausing;  // nothing is taken while the ends are told
     dropEverything(reason ? reason : Error{ErrorCode::NotConnected, "disconnected", ""});
     if (mState != SessionState::Pausing) {
@@ -233,19 +229,13 @@ void RobotSession::step(double now)
     switch (mState) {
         case SessionState::Looking:
             if (now >= mDeadline) {
-                std::string inReach;
-                for (const Sighting& seen : mHub.sightings()) {
-                    inReach += (inReach.empty() ? "" : ", ") +
-                               std::string(seen.info.name[0] != '\0' ? seen.info.name : seen.id.c_str());
-                }
-                endWith({ErrorCode::OutOfReach, "no robot in reach is called \"" + mWho + "\"",
-                         inReach.empty() ? "none is in reach at all: is it switched on, and not connected elsewhere?"
-                                         : "in reach: " + inReach});
+                endWith(whyNotFound());
             }
             break;
         case SessionState::Connecting:
             if (now >= mDeadline) {
                 mHub.transport().disconnect(mRobot);
+                mPause = std::max(mPause, kSlowestGoodbye);  // what is told of this connection is not of the next one
                 onLost({ErrorCode::TimedOut, "connecting takes too long",
                         "bring the robot nearer, or switch it off and on"});
             }
@@ -256,6 +246,9 @@ void RobotSession::step(double now)
             }
             break;
         case SessionState::Ready:
+            if (mIsWished && now >= mDeadline) {
+                onLost({});  // of a radio that does not tell the end
+            }
             pump();
             break;
         case SessionState::Ended:
@@ -263,8 +256,23 @@ void RobotSession::step(double now)
     }
 }
 
+Error RobotSession::whyNotFound() const
+{
+    std::string inReach;
+    for (const Sighting& seen : mHub.sightings()) {
+        if (Host::isCalled(mWho, seen.id, seen.advertisedName, seen.info)) {
+            return {ErrorCode::OutOfReach, "another session has \"" + cleaned(mWho) + "\" already", ""};
+        }
+        inReach += (inReach.empty() ? "" : ", ") + cleaned(seen.info.name[0] != '\0' ? seen.info.name : seen.id);
+    }
+    return {ErrorCode::OutOfReach, "no robot in reach is called \"" + cleaned(mWho) + "\"",
+            inReach.empty() ? "none is in reach at all: is it switched on, and not connected elsewhere?"
+                            : "in reach: " + inReach};
+}
+
 void RobotSession::disconnect()
 {
+    mDeadline = mIsWished ? mDeadline : mHub.now() + mOptions.connectSeconds;
     mIsWished = true;
     mQueue.clear();
     mSteer.clear();
@@ -272,208 +280,6 @@ void RobotSession::disconnect()
         mHub.transport().disconnect(mRobot);
     } else {
         endWith({});
-    }
-}
-
-// ---- What goes out ---------------------------------------------------------------------------------------------
-
-Error RobotSession::translate(const char* json, HALPacket_t* packets, size_t& count)
-{
-    char findings[4096];
-    if (ZKTranslatorTranslate(mTranslator.get(), json, packets, &count, findings, sizeof findings) == 0) {
-        return {ErrorCode::BadDocument, findings[0] != '\0' ? findings : "it cannot be translated", ""};
-    }
-    return {};
-}
-
-Error RobotSession::send(const char* json)
-{
-    if (!isReady()) {
-        return {ErrorCode::NotConnected, "the robot is not connected", ""};
-    }
-    if (mQueue.size() + ZK_MAX_COMMAND_PACKETS > kMostWaiting) {
-        return {ErrorCode::TooMuch, "thousands of packets are waiting already", "wait until some have gone out"};
-    }
-    HALPacket_t packets[ZK_MAX_COMMAND_PACKETS];
-    size_t count = 0;
-    const Error error = translate(json, packets, count);
-    if (!error) {
-        queuePackets(kCommandControl, packets, count);
-    }
-    return error;
-}
-
-Error RobotSession::steer(const char* json)
-{
-    if (!isReady()) {
-        return {ErrorCode::NotConnected, "the robot is not connected", ""};
-    }
-    // Checked now, so that a mistake is told to whom it belongs; translated when it goes out.
-    static thread_local char findings[4096];
-    if (ZKCheckCommandDocument(json, mInfo.type, findings, sizeof findings) == ZK_CHECK_REFUSED) {
-        return {ErrorCode::BadDocument, findings, ""};
-    }
-    if (std::strlen(json) > kMostSteered) {
-        return {ErrorCode::TooMuch, "a document for steering has at most 4096 bytes", ""};
-    }
-    mSteer = json;
-    pump();
-    return {};
-}
-
-void RobotSession::stop()
-{
-    mQueue.clear();
-    mSteer.clear();
-    if (isReady() && takesCommands(mInfo.type)) {
-        send(mInfo.type == ZK_ROBOT_PELL ? kStopSounding : kStopDriving);
-    }
-}
-
-void RobotSession::queuePackets(const char* channel, const HALPacket_t* packets, size_t count)
-{
-    for (size_t i = 0; i < count; ++i) {
-        Outgoing outgoing = {channel, static_cast<uint8_t>(std::min<uint32_t>(packets[i].length, HAL_PACKET_SIZE)), {}};
-        std::memcpy(outgoing.bytes, packets[i].data, outgoing.length);
-        mQueue.push_back(outgoing);
-    }
-    pump();
-}
-
-bool RobotSession::write(const char* channel, const uint8_t* data, size_t length)
-{
-    if (mWriting >= mHub.transport().writeWindow() || !mHub.transport().write(mRobot, channel, data, length)) {
-        return false;
-    }
-    ++mWriting;
-    if (record != nullptr) {
-        record(captureLine(mHub.now(), CaptureKind::Written, channel, data, length, ""));
-    }
-    if (mListener != nullptr) {
-        mListener->onPacket(*this, true, channel, data, length);
-    }
-    return true;
-}
-
-void RobotSession::pump()
-{
-    while (isReady() && !mQueue.empty()) {
-        const Outgoing next = mQueue.front();
-        if (!write(next.channel, next.bytes, next.length)) {
-            return;
-        }
-        mQueue.pop_front();
-    }
-    // One steering document at a time is on its way: what comes meanwhile replaces what waits.
-    if (isReady() && !mSteer.empty() && mWriting == 0) {
-        const std::string json = std::exchange(mSteer, {});
-        HALPacket_t packets[ZK_MAX_COMMAND_PACKETS];
-        size_t count = 0;
-        if (!translate(json.c_str(), packets, count)) {
-            queuePackets(kCommandControl, packets, count);
-        }
-    }
-}
-
-void RobotSession::onWritten()
-{
-    mWriting -= mWriting > 0 ? 1 : 0;
-    pump();
-}
-
-// ---- The shell -------------------------------------------------------------------------------------------------
-
-Error RobotSession::ask(const std::string& command, double timeoutSeconds, AskId& id)
-{
-    id = 0;
-    if (!isReady()) {
-        return {ErrorCode::NotConnected, "the robot is not connected", ""};
-    }
-    if (command.empty() || command.find('\0') != std::string::npos) {
-        return {ErrorCode::BadDocument, command.empty() ? "the command is empty" : "a zero byte is no text", ""};
-    }
-    if (!(timeoutSeconds > 0) || !std::isfinite(timeoutSeconds)) {
-        return {ErrorCode::BadDocument, "a time-out is a number of seconds above 0", ""};
-    }
-    if (mAsked.size() >= kMostAsked) {
-        return {ErrorCode::TooMuch, "hundreds of commands are waiting already", "wait until some are answered"};
-    }
-    id = ++mHub.mLastAsk;
-    mAsked.push_back({id, command});
-    ZKEnqueueShellCommand(mId.c_str(), command.c_str(), timeoutSeconds);
-    return {};
-}
-
-void RobotSession::onShellPackets(const char* channel, const HALPacket_t** packets, size_t count)
-{
-    const bool isControl = isSameTextIgnoringCase(channel, kShellControl);
-    for (size_t i = 0; i < count && isControl; ++i) {
-        queuePackets(kShellControl, packets[i], 1);
-    }
-}
-
-void RobotSession::onShellEnd(const char* command, const char* answer, const Error& error)
-{
-    if (mAsked.empty() || mAsked.front().command != command) {
-        return;
-    }
-    const Asked asked = std::move(mAsked.front());
-    mAsked.pop_front();
-    if (mListener != nullptr) {
-        mListener->onAnswer(*this, asked.id, asked.command, answer, error);
-    }
-}
-
-// ---- What comes in ---------------------------------------------------------------------------------------------
-
-void RobotSession::onNotification(const char* channel, const uint8_t* data, size_t length)
-{
-    if (!isReady()) {
-        return;
-    }
-    if (record != nullptr) {
-        record(captureLine(mHub.now(), CaptureKind::Notified, channel, data, length, ""));
-    }
-    if (mListener != nullptr) {
-        mListener->onPacket(*this, false, channel, data, length);
-    }
-    const bool isFirst = std::strcmp(channel, kSensorPacket1) == 0;
-    if (isFirst || std::strcmp(channel, kSensorPacket2) == 0) {
-        takeSensorPacket(isFirst, data, length);
-    } else if (ZKIsKnownRobot(mId.c_str()) && ZKAcceptsChannel(channel)) {
-        ZKReceivedData(mId.c_str(), channel, reinterpret_cast<const char*>(data), length);
-    }
-}
-
-// Both packets of a report carry its number. One whose partner is lost is decoded alone when it is the first.
-void RobotSession::takeSensorPacket(bool isFirst, const uint8_t* data, size_t length)
-{
-    if (length == 0) {
-        return;
-    }
-    HALPacket_t packet = {};
-    packet.length = static_cast<uint32_t>(std::min<size_t>(length, HAL_PACKET_SIZE));
-    std::memcpy(packet.data, data, packet.length);
-    const auto number = [](const HALPacket_t& each) { return each.data[0] >> 4; };
-    if (isFirst) {
-        if (mFirst.length > 0 && number(packet) != number(mFirst)) {
-            report(&mFirst, 1);
-        }
-        mFirst = packet;
-    } else if (mFirst.length > 0 && number(packet) == number(mFirst)) {
-        const HALPacket_t both[] = {mFirst, packet};
-        mFirst.length = 0;
-        report(both, 2);
-    }
-}
-
-void RobotSession::report(const HALPacket_t* packets, size_t count)
-{
-    char json[ZK_MAX_REPORT_SIZE];
-    const size_t size = ZKTranslatorDecode(mTranslator.get(), packets, count, json, sizeof json);
-    ++mReports;
-    if (mListener != nullptr && size > 0) {
-        mListener->onReport(*this, mHub.now(), json, size - 1);
     }
 }
 

@@ -26,6 +26,13 @@ enum class SessionState : uint8_t {
     Ended,
 };
 
+/**
+ * Whether a robot of this id is called so: by its id, its name as advertised or as completed by its record, or its
+ * unique id, in any case.
+ */
+bool isCalled(const std::string& who, const std::string& id, const std::string& advertisedName,
+              const ZKRobotInfo& info);
+
 struct SessionOptions {
     double lookSeconds = 15;     // for its first advertisement
     double connectSeconds = 30;  // for one attempt, subscriptions included
@@ -36,7 +43,10 @@ struct SessionOptions {
 
 using AskId = uint64_t;
 
-/** What a session tells, inside Hub::poll(). Everything may be called from it but the session's destruction. */
+/**
+ * What a session tells, inside Hub::poll() and inside what is called of the session. Everything may be called from it
+ * but the session's destruction.
+ */
 class SessionListener {
 public:
     virtual ~SessionListener() = default;
@@ -67,6 +77,8 @@ public:
     RobotSession(const RobotSession&) = delete;
     RobotSession& operator=(const RobotSession&) = delete;
 
+    /** Whether this is its name, its address or its id, in any case, or what it was asked for as. */
+    bool isCalled(const std::string& name) const;
     /** As it was asked for: a name, an address. */
     const std::string& who() const
     {
@@ -79,6 +91,11 @@ public:
     bool isReady() const
     {
         return mState == SessionState::Ready;
+    }
+    /** Whether it has a characteristic for command documents; those of a shell only have none. False until Ready. */
+    bool takesCommands() const
+    {
+        return mTakesCommands;
     }
     /** As advertised; type 0 before the robot was seen. */
     const ZKRobotInfo& info() const
@@ -98,7 +115,8 @@ public:
 
     /**
      * A command document, whose packets go out behind all that wait. NotConnected while it is not ready, BadDocument
-     * with the findings for a refused one, TooMuch when thousands of packets are waiting: nothing of it is sent then.
+     * with the findings for a refused one, NotSupported for a robot that has a shell only, TooMuch when thousands of
+     * packets are waiting: nothing of it is sent then. What waits when the connection is lost is dropped.
      */
     Error send(const char* json);
     /**
@@ -114,7 +132,7 @@ public:
     /** Wheels, head and sound stop, before everything that waits; that is dropped. */
     void stop();
 
-    /** Says goodbye: what waits is dropped, commands to its shell fail, and it ends. */
+    /** Says goodbye: what waits is dropped, commands to its shell fail, and it ends. Nothing is taken any more. */
     void disconnect();
 
     /** Commands that have not gone out or not ended. */
@@ -149,7 +167,6 @@ private:
     RobotSession(Hub& hub, std::string who, const SessionOptions& options, SessionListener* listener);
 
     // What the hub tells it.
-    bool isWanted(const Advertisement& advertisement, const ZKRobotInfo& info) const;
     void onAdvertisement(const Advertisement& advertisement, const ZKRobotInfo& info);
     void onConnected();
     void onDiscovered(const std::vector<Characteristic>& characteristics);
@@ -167,7 +184,9 @@ private:
     Error translate(const char* json, HALPacket_t* packets, size_t& count);
     void queuePackets(const char* channel, const HALPacket_t* packets, size_t count);
     void pump();
-    bool write(const char* channel, const uint8_t* data, size_t length);
+    void tellPacket(bool isSent, const char* channel, const uint8_t* data, size_t length);
+    Error whyNotSent(bool hasChannel) const;
+    Error whyNotFound() const;
     void dropEverything(const Error& error);
     void takeSensorPacket(bool isFirst, const uint8_t* data, size_t length);
     void report(const HALPacket_t* packets, size_t count);
@@ -179,8 +198,9 @@ private:
     SessionListener* mListener;
     SessionState mState = SessionState::Looking;
     Error mLastError;
+    Error mRefusal;  // why it is no robot
     ZKRobotInfo mInfo = {};
-    std::string mId;
+    std::string mId, mAdvertisedName;
     bool mHasRobot = false;
     RobotRef mRobot = 0;
     std::unique_ptr<ZKTranslator, decltype(&ZKTranslatorDestroy)> mTranslator;
@@ -190,6 +210,8 @@ private:
     double mPause = 0;
     unsigned mAttempts = 0;
     bool mIsWished = false;  // the end
+    bool mTakesCommands = false, mHasShell = false;
+    bool mIsPumping = false;
     std::vector<const char*> mToSubscribe;
 
     std::deque<Outgoing> mQueue;

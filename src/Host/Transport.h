@@ -103,5 +103,7 @@ public:
 
 /** A UUID in upper case, as the library spells the characteristics of robots. */
 std::string canonicalUuid(const std::string& uuid);
+/** Of names too; ASCII letters. */
+bool isSameTextIgnoringCase(const std::string& a, const std::string& b);
 
 }  // namespace Host

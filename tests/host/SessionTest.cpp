@@ -48,6 +48,9 @@ struct Log : SessionListener {
         if (isSent && std::string(channel) == kCommandControl) {
             sent.push_back(hex(data, length));
         }
+        if (isSent && onSent != nullptr) {
+            onSent();
+        }
     }
 
     std::vector<SessionState> states;
@@ -55,6 +58,7 @@ struct Log : SessionListener {
     std::vector<std::string> reports, answers, sent;
     std::set<AskId> ended;
     std::function<void(RobotSession&)> onEnd;
+    std::function<void()> onSent;
     double lastReport = 0;
 };
 
@@ -225,6 +229,70 @@ TEST_F(SessionTest, CallsFromInsideAnEnd)
     EXPECT_EQ(log.ended.size(), 50u);
     EXPECT_EQ(session.state(), SessionState::Ended);
     hub.close(session);
+}
+
+TEST_F(SessionTest, CallsFromInsideAPacket)
+{
+    RobotSession& session = start();
+    log.onSent = [&] {
+        if (log.sent.size() < 40) {
+            const double level = static_cast<double>(log.sent.size()) / 255 + 0.001;
+            session.send(("{\"106\":{\"brightness\":" + std::to_string(level) + "}}").c_str());
+        } else if (log.sent.size() == 40) {
+            session.stop();
+        } else {
+            session.disconnect();
+        }
+    };
+    session.send(R"({"106":{"brightness":0}})");
+    hub.run(2);
+    ASSERT_GE(log.sent.size(), 41u);
+    std::set<std::string> different(log.sent.begin(), log.sent.end());
+    EXPECT_EQ(different.size(), log.sent.size());  // none twice
+    EXPECT_EQ(log.sent[1], "0D 01");
+    EXPECT_EQ(session.state(), SessionState::Ended);
+    EXPECT_FALSE(session.lastError());
+}
+
+// What a closed session has asked ends with it, and not in the next session with that robot.
+TEST_F(SessionTest, AnEndMeetsItsOwnSession)
+{
+    RobotSession& first = start();
+    AskId id = 0;
+    first.ask("SLEEP", 1, id);
+    hub.run(0.2);
+    hub.close(first);
+    EXPECT_EQ(log.answers, std::vector<std::string>{"SLEEP ! the session is closed"});
+    Log next;
+    RobotSession& second = hub.open("virtual orvik", {}, &next);
+    ASSERT_TRUE(hub.runUntil([&] { return second.isReady(); }, 5));
+    second.ask("SLEEP", 3, id);
+    hub.run(2);
+    EXPECT_TRUE(next.answers.empty());
+
+    // Meanwhile nobody else has it.
+    SessionOptions options;
+    options.lookSeconds = 1;
+    RobotSession& third = hub.open("Virtual Orv", options, nullptr);
+    hub.run(1.5);
+    EXPECT_EQ(third.lastError().words, "another session has \"Virtual Orv\" already");
+    EXPECT_EQ(next.answers, std::vector<std::string>{"SLEEP ! timeout"});
+}
+
+TEST_F(SessionTest, AGoodbyeIsNoLoss)
+{
+    Simulator::Faults faults;
+    faults.cut = 0.5;
+    RobotSession& session = start(ZK_ROBOT_RUSK, faults);
+    ASSERT_TRUE(hub.runUntil([&] { return session.lossCount() > 0 && session.isReady(); }, 60));
+    EXPECT_EQ(session.send(R"({"106":{"brightness":1}})").code, ErrorCode::NotSupported);  // it has a shell only
+    EXPECT_FALSE(session.lastError());
+    session.disconnect();
+    AskId id = 0;
+    EXPECT_EQ(session.ask("NAME", 1, id).code, ErrorCode::NotConnected);
+    hub.run(0.1);
+    EXPECT_EQ(session.state(), SessionState::Ended);
+    EXPECT_EQ(log.errors.back(), ErrorCode::None);
 }
 
 TEST_F(SessionTest, ThirtyRobots)

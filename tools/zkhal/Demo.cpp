@@ -69,7 +69,7 @@ public:
     {
         say("somebody switches the robot on");
         if (!mSession.connect()) {
-            return kLostRobot;
+            return isInterrupted() ? kStopped : kLostRobot;
         }
         mType = mSession.type();
         const bool drives = mType == ZK_ROBOT_ORVIK || mType == ZK_ROBOT_QUILL;
@@ -80,18 +80,23 @@ public:
             }
         } else {
             drives ? play(kDriving) : play(kStanding);
-            if (Simulator::VirtualRobot* robot = mSession.robot()) {
+            if (Simulator::VirtualRobot* robot = mSession.robot(); robot != nullptr && !isInterrupted()) {
                 useHands(*robot, drives);
             }
-            say("goodbye");
-            mSession.send(kGoodbye);
-            mSession.run(1.2);
-            ask("POSE");
+            if (!isInterrupted()) {
+                say("goodbye");
+                mSession.send(kGoodbye);
+                mSession.run(1.2);
+                ask("POSE");
+            }
         }
         const bool isLost = mSession.isLost();
+        if (isInterrupted()) {
+            mSession.stop();
+        }
         mSession.disconnect();
         finish(drives);
-        return isLost ? kLostRobot : kSuccess;
+        return isInterrupted() ? kStopped : isLost ? kLostRobot : kSuccess;
     }
 
 private:
@@ -122,6 +127,9 @@ private:
     void play(const Step (&steps)[kCount])
     {
         for (const Step& step : steps) {
+            if (isInterrupted()) {
+                return;
+            }
             say(step.title);
             mSession.send(step.document);
             mSession.run(step.seconds);
@@ -135,7 +143,7 @@ private:
         std::string answer;
         bool isAnswered = false;
         Bar bar = {command.substr(0, command.find(' ')), {}};
-        for (int i = 0; i < kAttempts && !isAnswered; ++i) {
+        for (int i = 0; i < kAttempts && !isAnswered && !isInterrupted(); ++i) {
             const double start = mSession.seconds();
             isAnswered = mSession.ask(command, 0.5, answer);
             bar.stretches.push_back({start, mSession.seconds(), isAnswered ? kGreen : kOrange});

@@ -33,9 +33,12 @@ constexpr const char* kColors[] = {R"({"102":{"r":0,"g":0,"b":0},"103":{"r":0,"g
 
 class Driver final : public Host::SessionListener {
 public:
-    void onState(Host::RobotSession&, Host::SessionState state, const Host::Error& error) override
+    void onState(Host::RobotSession& robot, Host::SessionState state, const Host::Error& error) override
     {
-        stick = {};  // a robot that comes back stands still
+        stick.forward = stick.turn = 0;
+        if (state == Host::SessionState::Ready) {
+            robot.stop();  // a robot that comes back stands still
+        }
         message = error ? "lost: " + inWords(error) : state == Host::SessionState::Ready ? "connected" : "";
     }
     void onReport(Host::RobotSession&, double, const char* json, size_t) override
@@ -78,11 +81,11 @@ private:
             case 'a':
             case 'd':
                 stick.pan = std::clamp(stick.pan + (letter == 'a' ? kHeadStep : -kHeadStep), -120.0, 120.0);
-                return look(robot);
+                return steer(robot);
             case 'w':
             case 's':
                 stick.tilt = std::clamp(stick.tilt + (letter == 'w' ? kHeadStep / 2 : -kHeadStep / 2), -24.0, 7.0);
-                return look(robot);
+                return steer(robot);
             case 'l':
                 stick.color = (stick.color + 1) % 4;
                 return told(robot.send(kColors[stick.color]));
@@ -98,20 +101,14 @@ private:
 
     bool steer(Host::RobotSession& robot)
     {
-        char json[120];
+        // Wheels and head together, since the latest document takes the place of the one before.
+        char json[160];
         const double left = std::clamp(stick.forward + stick.turn, -kMost, kMost);
         const double right = std::clamp(stick.forward - stick.turn, -kMost, kMost);
-        std::snprintf(json, sizeof json, R"({"211":{"left_cm_s":%d,"right_cm_s":%d}})", static_cast<int>(left),
-                      static_cast<int>(right));
+        std::snprintf(
+            json, sizeof json, R"({"211":{"left_cm_s":%d,"right_cm_s":%d},"203":{"degree":%d},"202":{"degree":%d}})",
+            static_cast<int>(left), static_cast<int>(right), static_cast<int>(stick.pan), static_cast<int>(stick.tilt));
         return told(robot.steer(json));
-    }
-
-    bool look(Host::RobotSession& robot)
-    {
-        char json[120];
-        std::snprintf(json, sizeof json, R"({"203":{"degree":%d},"202":{"degree":%d}})", static_cast<int>(stick.pan),
-                      static_cast<int>(stick.tilt));
-        return told(robot.send(json));
     }
 
     bool told(const Host::Error& error)

@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <memory>
 
 #include "CoreUtility/FormatText.h"
 #include "CoreUtility/Json/nx_json.h"
-#include "JsonWriter.h"
+#include "Findings.h"
+#include "HAL/MessagePacketizers/SensorLayout.h"
 #include "OutputFile.h"
+#include "ZKHAL/Vocabulary.h"
+#include "ZKHAL/ZKHAL.h"
 
 namespace zkhal {
 
@@ -53,36 +57,37 @@ bool isNumber(const nx_json* node)
     return node->type == NX_JSON_INTEGER || node->type == NX_JSON_DOUBLE;
 }
 
-bool isComponentKey(const nx_json* member)
+bool isNumberText(const char* text)
 {
-    const char* const key = member->key;
-    return key != nullptr && *key != '\0' && key[std::strspn(key, "0123456789")] == '\0';
+    return *text != '\0' && text[std::strspn(text, "0123456789")] == '\0';
 }
 
-// The text of a value, written anew.
-std::string jsonOf(const nx_json* node)
+bool isComponentKey(const nx_json* member)
 {
-    switch (node->type) {
-        case NX_JSON_OBJECT:
-        case NX_JSON_ARRAY: {
-            const bool isObject = node->type == NX_JSON_OBJECT;
-            std::string text;
-            for (const nx_json* child = node->child; child != nullptr; child = child->next) {
-                text += text.empty() ? "" : ",";
-                text += isObject ? jsonText(child->key) + ':' : "";
-                text += jsonOf(child);
+    return member->key != nullptr && isNumberText(member->key);
+}
+
+// Where the object ends that begins at the first brace from begin on, one behind its last; npos when it does not end.
+size_t endOfObject(const std::string& text, size_t begin)
+{
+    size_t depth = 0;
+    for (size_t i = text.find('{', begin); i < text.size(); ++i) {
+        if (text[i] == '"') {
+            for (++i; i < text.size() && text[i] != '"'; ++i) {
+                i += text[i] == '\\' ? 1u : 0u;
             }
-            return (isObject ? '{' : '[') + text + (isObject ? '}' : ']');
+        } else if (text[i] == '{' || text[i] == '[') {
+            ++depth;
+        } else if ((text[i] == '}' || text[i] == ']') && --depth == 0) {
+            return i + 1;
         }
-        case NX_JSON_STRING:
-            return jsonText(node->text_value);
-        case NX_JSON_BOOL:
-            return node->int_value != 0 ? "true" : "false";
-        case NX_JSON_NULL:
-            return "null";
-        default:
-            return jsonNumber(node->dbl_value);
     }
+    return std::string::npos;
+}
+
+size_t firstNoBlank(const std::string& text, size_t begin)
+{
+    return text.find_first_not_of(" \t\r\n", std::min(begin, text.size()));
 }
 
 class Reader {
@@ -92,11 +97,23 @@ public:
         mLine = line;
         const Parsed parsed(text);
         const nx_json* root = parsed.root();
-        if (root == nullptr || root->type != NX_JSON_OBJECT) {
-            problem(1, root == nullptr ? "this is no JSON object" : "a step of a lesson is a JSON object");
+        if (root != nullptr && root->type != NX_JSON_OBJECT) {
+            problem(1, "a step of a lesson is a JSON object");
             return;
         }
-        LessonStep step = {LessonStep::Kind::Send, line, "", text, "", 0, {}, {}};
+        if (root == nullptr) {
+            char findings[400];  // which know the place, and what is wrong there
+            ZKCheckCommandDocument(text.c_str(), ZK_ROBOT_ORVIK, findings, sizeof findings);
+            lesson.problems += placedFindings(findings, "", line).substr(1);
+            return;
+        }
+        const size_t end = endOfObject(text, 0);
+        if (const size_t rest = firstNoBlank(text, end); end == std::string::npos || rest != std::string::npos) {
+            problem(rest == std::string::npos ? 1 : rest + 1,
+                    rest == std::string::npos ? "the object does not end" : "one object stands on a line");
+            return;
+        }
+        LessonStep step = {LessonStep::Kind::Send, line, "", 0, text, "", 0, {}, {}};
         const nx_json* verb = nullptr;
         bool hasComponents = false, hasTimeout = false;
         for (const nx_json* member = root->child; member != nullptr; member = member->next) {
@@ -142,19 +159,36 @@ public:
         if (data->type != NX_JSON_ARRAY) {
             return false;
         }
+        const size_t end = endOfObject(text, 0);
+        if (const size_t rest = firstNoBlank(text, end); end == std::string::npos || rest != std::string::npos) {
+            const size_t place = std::min(rest, text.size());
+            mLine = lineAt(text, place);
+            problem(columnAt(text, place), rest == std::string::npos ? "the animation does not end here"
+                                                                     : "an animation stands alone in its file");
+            return true;
+        }
         size_t number = 0;
         for (const nx_json* frame = data->child; frame != nullptr; frame = frame->next) {
-            mLine = ++number;
+            ++number;
             const nx_json* commands = nx_json_get(frame, "commands");
             const nx_json* duration = nx_json_get(frame, "duration");
+            const nx_json* place = commands->key != nullptr ? commands : frame->child;
+            const size_t key = place != nullptr && place->key != nullptr ? parsed.columnOf(place) - 1 : 0;
+            mLine = key != 0 ? lineAt(text, key) : mLine;
             if (commands->type != NX_JSON_OBJECT || !isNumber(duration) || !(duration->dbl_value >= 0) ||
                 duration->dbl_value > kLongestWait) {
-                problem(1, "frame " + std::to_string(number) +
-                               ": it wants \"commands\" and a \"duration\" of 0 to 3600 seconds");
+                problem(key != 0 ? columnAt(text, key) : 1,
+                        "frame " + std::to_string(number) +
+                            ": it wants \"commands\" and a \"duration\" of 0 to 3600 seconds");
                 continue;
             }
-            lesson.steps.push_back({LessonStep::Kind::Send, number, "", jsonOf(commands), "", 0, {}, {}});
-            lesson.steps.push_back({LessonStep::Kind::Wait, number, "", "", "", duration->dbl_value, {}, {}});
+            // The object as it stands, behind as many blanks as there are columns before it.
+            const size_t begin = text.find('{', text.find(':', key));
+            mLine = lineAt(text, begin);
+            const std::string document =
+                std::string(columnAt(text, begin) - 1, ' ') + text.substr(begin, endOfObject(text, begin) - begin);
+            lesson.steps.push_back({LessonStep::Kind::Send, mLine, "", 0, document, "", 0, {}, {}});
+            lesson.steps.push_back({LessonStep::Kind::Wait, mLine, "", 0, "", "", duration->dbl_value, {}, {}});
         }
         return true;
     }
@@ -162,6 +196,16 @@ public:
     Lesson lesson;
 
 private:
+    static size_t lineAt(const std::string& text, size_t place)
+    {
+        return 1 +
+               static_cast<size_t>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(place), '\n'));
+    }
+    static size_t columnAt(const std::string& text, size_t place)
+    {
+        const size_t before = place > 0 ? text.rfind('\n', place - 1) : std::string::npos;
+        return place - (before == std::string::npos ? 0 : before + 1) + 1;
+    }
     void problem(size_t column, const std::string& words)
     {
         lesson.problems += std::to_string(mLine) + ':' + std::to_string(column) + ": " + words + '\n';
@@ -185,6 +229,7 @@ private:
             return;
         }
         step.to = member->text_value;
+        step.toColumn = parsed.columnOf(member);
         const size_t begin = parsed.columnOf(member) - 1;
         size_t end = text.find('"', text.find(':', begin)) + 1;
         while (end < text.size() && text[end] != '"') {
@@ -228,7 +273,10 @@ private:
         for (const nx_json* hand = verb->child; hand != nullptr && verb->type == NX_JSON_OBJECT; hand = hand->next) {
             const bool isKnown = std::any_of(std::begin(kHands), std::end(kHands),
                                              [&](const char* name) { return std::strcmp(name, hand->key) == 0; });
-            if (isKnown && (isNumber(hand) || hand->type == NX_JSON_BOOL)) {
+            const bool isButton = hand->key[0] == 'p' || hand->key[0] == 'r';
+            const double value = hand->dbl_value;
+            const bool isInRange = !isButton || (value >= 0 && value < HAL::kButtonCount);
+            if (isKnown && isInRange && (isNumber(hand) || hand->type == NX_JSON_BOOL)) {
                 step.hands.push_back({hand->key, hand->dbl_value});
             } else {
                 step.hands.clear();
@@ -236,9 +284,24 @@ private:
             }
         }
         if (step.hands.empty()) {
-            problem(parsed.columnOf(verb),
-                    "\"hands\" is like {\"clap\":90}, with a direction in degrees, {\"press\":1}, {\"release\":1}, "
-                    "{\"lift\":1} or {\"drop\":1}");
+            problem(
+                parsed.columnOf(verb),
+                "\"hands\" is like {\"clap\":90}, with a direction in degrees, {\"press\":1}, {\"release\":1}, with a "
+                "button 0 to 3, {\"lift\":1} or {\"drop\":1}");
+        }
+    }
+
+    static bool isSensorValue(const char* sensor, const char* key)
+    {
+        for (size_t i = 0;; ++i) {
+            ZKSensorValueInfo value = {};
+            value.size = sizeof value;
+            if (!isNumberText(sensor) || !ZKGetSensorValue(static_cast<uint32_t>(std::atoi(sensor)), i, &value)) {
+                return false;
+            }
+            if (value.kind != ZK_SENSOR_BYTES && std::strcmp(value.key, key) == 0) {
+                return true;
+            }
         }
     }
 
@@ -249,6 +312,12 @@ private:
              sensor = sensor->next) {
             for (const nx_json* value = sensor->child; value != nullptr && sensor->type == NX_JSON_OBJECT;
                  value = value->next) {
+                if (!isSensorValue(sensor->key, value->key)) {
+                    problem(parsed.columnOf(value), "no sensor \"" + ZKHAL::printable(sensor->key) +
+                                                        "\" has a number \"" + ZKHAL::printable(value->key) +
+                                                        "\"; zkhal vocabulary lists them");
+                    return;
+                }
                 const nx_json *low = nx_json_item(value, 0), *high = nx_json_item(value, 1);
                 if (isNumber(value)) {
                     step.until.push_back({sensor->key, value->key, value->dbl_value, value->dbl_value});
@@ -289,6 +358,9 @@ Lesson readLesson(const std::string& text)
         if (first != std::string::npos && line[first] != '#') {
             reader.readLine(line, number);
         }
+    }
+    if (reader.lesson.steps.empty() && reader.lesson.problems.empty()) {
+        reader.lesson.problems = "1:1: there is no step in it\n";
     }
     return std::move(reader.lesson);
 }

@@ -20,6 +20,7 @@ struct LessonStep {
     Kind kind;
     size_t line;           // in the file, from 1
     std::string to;        // the robot; "" for all
+    size_t toColumn;       // where that stands, from 1
     std::string document;  // Send; it stands at its columns of the line
     std::string text;      // Shell: the command
     double seconds;        // Wait; the time-out of Shell and Until

@@ -21,19 +21,31 @@ void writeThrough(std::FILE* file, const std::string& name, const std::string& c
     }
 }
 
+// Where path leads to, and what is written until it is complete: the same for a device or a pipe.
+struct Target {
+    std::string target, partial;
+    bool isSpecial;
+};
+
+Target targetOf(const std::string& path)
+{
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    const std::string target =
+        (fs::is_symlink(path, ignored) ? fs::weakly_canonical(path, ignored) : fs::path(path)).string();
+    const bool isSpecial = fs::exists(target, ignored) && !fs::is_regular_file(target, ignored);
+    return {target, isSpecial ? target : target + ".part", isSpecial};
+}
+
 }  // namespace
 
 void writeFile(const std::string& path, const std::string& content)
 {
-    namespace fs = std::filesystem;
     if (path == "-") {
         writeThrough(stdout, "standard output", content);
         return;
     }
-    std::error_code ignored;
-    const fs::path target = fs::is_symlink(path, ignored) ? fs::weakly_canonical(path, ignored) : fs::path(path);
-    const bool isSpecial = fs::exists(target, ignored) && !fs::is_regular_file(target, ignored);
-    const std::string partial = isSpecial ? target.string() : target.string() + ".part";
+    const auto [target, partial, isSpecial] = targetOf(path);
     std::FILE* file = std::fopen(partial.c_str(), "wb");
     if (file == nullptr) {
         throw InputError{path + ": " + std::strerror(errno)};
@@ -46,6 +58,35 @@ void writeFile(const std::string& path, const std::string& content)
             std::remove(partial.c_str());
         }
         throw InputError{path + ": " + reason};
+    }
+}
+
+GrowingFile::GrowingFile(const std::string& path)
+    : mPath(targetOf(path).target), mPartial(targetOf(path).partial), mFile(std::fopen(mPartial.c_str(), "wb"))
+{
+    if (mFile == nullptr) {
+        throw InputError{path + ": " + std::strerror(errno)};
+    }
+}
+
+GrowingFile::~GrowingFile()
+{
+    if (mFile != nullptr) {
+        std::fclose(mFile);
+    }
+}
+
+void GrowingFile::write(const std::string& text)
+{
+    mIsWhole = mIsWhole && std::fwrite(text.data(), 1, text.size(), mFile) == text.size() && std::fflush(mFile) == 0;
+}
+
+void GrowingFile::finish()
+{
+    const bool closed = std::fclose(mFile) == 0;
+    mFile = nullptr;
+    if (!closed || !mIsWhole || (mPartial != mPath && std::rename(mPartial.c_str(), mPath.c_str()) != 0)) {
+        throw InputError{mPath + ": " + std::strerror(errno) + "; what there is is in " + mPartial};
     }
 }
 

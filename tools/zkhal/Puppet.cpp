@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "Channels.h"
 #include "Commands.h"
 #include "CoreUtility/FormatText.h"
 #include "CoreUtility/Json/nx_json.h"
 #include "HexText.h"
+#include "Host/RobotChannels.h"
 #include "Input.h"
 #include "OutputFile.h"
 #include "Picture.h"
@@ -63,8 +63,8 @@ public:
         HALPacket_t packets[2] = {};
         for (Simulator::Notification each; robot.nextNotification(each);) {
             const std::string channel = each.channel;
-            if (channel == kSensorPacket1 || channel == kSensorPacket2) {
-                packets[channel == kSensorPacket1 ? 0 : 1] = Simulator::packetOf(each);
+            if (channel == Host::kSensorPacket1 || channel == Host::kSensorPacket2) {
+                packets[channel == Host::kSensorPacket1 ? 0 : 1] = Simulator::packetOf(each);
             }
         }
         char json[ZK_MAX_REPORT_SIZE];
@@ -302,7 +302,7 @@ std::vector<Played> play(const ReplayOptions& options, const Simulator::Animatio
     constexpr double kLongest = 3600;
     for (const Simulator::AnimationFrame& frame : reading.frames) {
         for (const HALPacket_t& packet : frame.packets) {
-            robot->write(kCommandControl, packet.data, packet.length);
+            robot->write(Host::kCommandControl, packet.data, packet.length);
         }
         wait(frame.wait_ms / 1000.0);
         if (t > kLongest) {

@@ -1,7 +1,10 @@
 #include "RobotChoice.h"
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <iostream>
+#include <set>
 
 #include <unistd.h>
 
@@ -26,7 +29,6 @@ bool beginsWith(const std::string& text, const char* prefix)
     return text.rfind(prefix, 0) == 0;
 }
 
-// "virtual:orvik", "virtual:quill:7".
 // "virtual:orvik", "virtual:quill:7". What is wrong with it; "" if nothing.
 std::string readVirtualRobot(const std::string& who, Host::VirtualRobotOptions& options)
 {
@@ -77,7 +79,8 @@ void addRobotChoice(CLI::App& app, RobotChoice& choice, bool many)
     app.add_option("--adapter", choice.adapter, "The Bluetooth adapter (default: the first that is on)")
         ->type_name("HCI");
     app.add_option("--pace", choice.pace,
-                   "real or fast: virtual robots take their time on a terminal, and none in a pipe; others always do")
+                   "real or fast: virtual robots and captures take their time on a terminal, and none in a pipe; real "
+                   "robots always do")
         ->check(CLI::IsMember({"real", "fast"}))
         ->type_name("PACE");
     app.add_option("--faults", choice.faults, "Chances of faults on virtual robots' links (default none)")
@@ -137,12 +140,18 @@ Radio::Radio(const RobotChoice& choice)
 {
     const std::vector<std::string> who = choice.who.empty() ? std::vector<std::string>{"virtual:orvik"} : choice.who;
     size_t virtualRobots = 0, captures = 0;
+    std::set<std::string> different;
     for (const std::string& each : who) {
         virtualRobots += beginsWith(each, kVirtual) ? 1u : 0u;
         captures += beginsWith(each, kCapture) ? 1u : 0u;
     }
     if ((virtualRobots != 0 && virtualRobots != who.size()) || captures > 1 || (captures == 1 && who.size() > 1)) {
         throw InputError{"robots of one kind at a time: virtual ones, real ones, or one capture"};
+    }
+    for (const std::string& each : who) {
+        if (!different.insert(CLI::detail::to_lower(fullName(each))).second) {
+            throw InputError{"--robot " + shown(each) + " is given twice"};
+        }
     }
     if (virtualRobots != 0) {
         auto transport = std::make_unique<Host::VirtualTransport>(paceOf(choice));
@@ -153,10 +162,7 @@ Radio::Radio(const RobotChoice& choice)
             readVirtualRobot(each, options);
             options.faults = faults.value_or(Simulator::Faults());
             transport->add(options);
-            ZKRobotTypeInfo type = {};
-            type.size = sizeof type;
-            ZKFindRobotType(std::to_string(options.type).c_str(), &type);
-            mNames.push_back(kVirtual + std::string(type.name) + ':' + std::to_string(options.seed));
+            mNames.push_back(fullName(each));
         }
         mVirtual = transport.get();
         mTransport = std::move(transport);
@@ -194,11 +200,30 @@ void catchInterrupts()
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         sigaction(signal, &action, nullptr);
     }
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &action, nullptr);
 }
 
 bool isInterrupted()
 {
-    return gInterrupts != 0;
+    return gInterrupts != 0 || std::ferror(stdout) != 0 || !std::cout;
+}
+
+std::string fullName(const std::string& who)
+{
+    Host::VirtualRobotOptions options = {};
+    if (!beginsWith(who, kVirtual) || !readVirtualRobot(who, options).empty()) {
+        return who;
+    }
+    ZKRobotTypeInfo type = {};
+    type.size = sizeof type;
+    ZKFindRobotType(std::to_string(options.type).c_str(), &type);
+    return kVirtual + std::string(type.name) + ':' + std::to_string(options.seed);
+}
+
+bool isSameRobot(const Host::RobotSession& robot, const std::string& who)
+{
+    return robot.isCalled(who) || robot.isCalled(fullName(who));
 }
 
 std::string shown(const std::string& text)

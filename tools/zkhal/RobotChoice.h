@@ -13,7 +13,7 @@
 
 namespace zkhal {
 
-constexpr int kLostRobot = 3;  // exit status
+constexpr int kLostRobot = 3, kStopped = 130;  // exit statuses
 
 struct RobotChoice {
     std::vector<std::string> who;  // names, addresses, virtual:FAMILY[:SEED], capture:FILE
@@ -68,9 +68,18 @@ std::unique_ptr<Host::Transport> virtualClass(unsigned count, Host::Pace pace);
 /** Throws InputError with the reason and a hint. */
 std::unique_ptr<Host::Transport> bluetooth(const std::string& adapter);
 
-/** From now on Ctrl-C and a hang-up only set a flag, which tells whether one has come. The second ends the process. */
+/**
+ * From now on Ctrl-C and a hang-up only set a flag, which tells whether one has come, or whether nobody reads stdout
+ * any more. The second Ctrl-C ends the process.
+ */
 void catchInterrupts();
 bool isInterrupted();
+
+/** "virtual:orvik" as "virtual:orvik:1"; all else as it is. */
+std::string fullName(const std::string& who);
+
+/** Whether the robot is meant: by any of its names, or as --robot takes it. */
+bool isSameRobot(const Host::RobotSession& robot, const std::string& who);
 
 /** Whatever a robot or a file says, for a terminal. */
 std::string shown(const std::string& text);

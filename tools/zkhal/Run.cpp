@@ -51,9 +51,9 @@ public:
     }
     void onReport(Host::RobotSession&, double seconds, const char* json, size_t) override
     {
-        lastReport = json;
+        isMet = isMet || (awaited != nullptr && zkhal::isMet(*awaited, json));
         if (mWantsPicture) {
-            picture.add(seconds, lastReport);
+            picture.add(seconds, json);
         }
     }
     void onAnswer(Host::RobotSession& robot, Host::AskId id, const std::string& command, const char* answer,
@@ -77,7 +77,9 @@ public:
     std::function<double()> clock;
     const char* clearProgress = "";
     Host::RobotSession* session = nullptr;
-    std::string lastReport, capture;
+    const std::vector<Condition>* awaited = nullptr;  // by an "until" that is under way
+    bool isMet = false;                               // in any report since it began
+    std::unique_ptr<GrowingFile> capture;
     ReportPicture picture;
     Host::AskId waitsFor = 0;  // 0: nothing
     int failed = 0;
@@ -97,10 +99,15 @@ public:
     int teach()
     {
         meet();
-        if (const int status = checkForRobots(); status != kSuccess || mOptions.checkOnly) {
+        if (isInterrupted()) {
+            return finish(kSuccess);
+        }
+        int status = checkForRobots();
+        if (status != kSuccess || mOptions.checkOnly) {
+            leave();
+            save();
             return status;
         }
-        int status = kSuccess;
         for (size_t i = 0; i < mLesson.steps.size() && status == kSuccess && !isInterrupted(); ++i) {
             showProgress(i);
             status = take(mLesson.steps[i]);
@@ -127,8 +134,9 @@ private:
             pupil.clearProgress = mIsTerminal ? "\r\x1b[K" : "";
             pupil.session = &hub().open(name, options, &pupil);
             if (!mOptions.record.empty()) {
-                pupil.capture = "# zkhal run, " + shown(name) + "\n";
-                pupil.session->record = [&pupil](const std::string& line) { pupil.capture += line; };
+                pupil.capture = std::make_unique<GrowingFile>(numbered(mOptions.record, mPupils.size()));
+                pupil.capture->write("# zkhal run, " + shown(name) + "\n");
+                pupil.session->record = [&pupil](const std::string& line) { pupil.capture->write(line); };
             }
         }
         waitUntil([this] { return allAre([](const Pupil& pupil) { return pupil.session->isReady(); }); }, 3600);
@@ -156,8 +164,7 @@ private:
 
     bool isFor(const LessonStep& step, const Pupil& pupil) const
     {
-        return step.to.empty() || step.to == pupil.session->who() || step.to == pupil.session->info().name ||
-               step.to == pupil.session->robotId();
+        return step.to.empty() || isSameRobot(*pupil.session, step.to);
     }
 
     // The lesson as a whole, for each robot that it is for, before anything is sent.
@@ -172,23 +179,30 @@ private:
                 }
                 ++count;
                 if (step.kind == LessonStep::Kind::Send && status == kSuccess) {
-                    status = checkDocument(step, pupil->session->info().type);
+                    status = checkDocument(step, *pupil->session);
                 }
             }
             if (count == 0 && status == kSuccess) {
-                std::cerr << mOptions.lesson << ':' << step.line << ": \"" << shown(step.to)
+                std::cerr << mOptions.lesson << ':' << step.line << ':' << step.toColumn << ": \"" << shown(step.to)
                           << "\" is none of the robots of this lesson\n";
                 status = kBadInput;
             }
         }
         if (status == kSuccess && mOptions.checkOnly) {
-            std::printf("%s: %zu steps are accepted\n", mOptions.lesson.c_str(), mLesson.steps.size());
+            std::printf("%s: %zu step%s accepted\n", mOptions.lesson.c_str(), mLesson.steps.size(),
+                        mLesson.steps.size() == 1 ? " is" : "s are");
         }
         return status;
     }
 
-    int checkDocument(const LessonStep& step, uint32_t type)
+    int checkDocument(const LessonStep& step, const Host::RobotSession& robot)
     {
+        if (!robot.takesCommands()) {
+            std::cerr << mOptions.lesson << ':' << step.line << ":1: " << shown(robot.info().name)
+                      << " takes no command documents: it has a shell only\n";
+            return kBadInput;
+        }
+        const uint32_t type = robot.info().type;
         static char findings[128 * 1024];
         const int result = ZKCheckCommandDocument(step.document.c_str(), type, findings, sizeof findings);
         const std::string lines = placedFindings(findings, mOptions.lesson, step.line);
@@ -207,7 +221,7 @@ private:
         }
         for (const auto& pupil : mPupils) {
             if (isFor(step, *pupil) && !begin(step, *pupil)) {
-                return kBadInput;
+                return anyHasEnded() ? kLostRobot : isInterrupted() ? kSuccess : kBadInput;
             }
         }
         switch (step.kind) {
@@ -223,12 +237,7 @@ private:
                 break;
             case LessonStep::Kind::Until:
                 if (!waitUntil(
-                        [&] {
-                            return allAre([&](const Pupil& pupil) {
-                                return !isFor(step, pupil) ||
-                                       (!pupil.lastReport.empty() && isMet(step.until, pupil.lastReport));
-                            });
-                        },
+                        [&] { return allAre([&](const Pupil& pupil) { return !isFor(step, pupil) || pupil.isMet; }); },
                         step.seconds) &&
                     !isInterrupted() && !anyHasEnded()) {
                     std::cerr << mOptions.lesson << ':' << step.line << ": this was not met within "
@@ -244,15 +253,22 @@ private:
     {
         Host::Error error;
         if (step.kind == LessonStep::Kind::Send) {
-            error = pupil.session->send(step.document.c_str());
+            // A lesson without pauses is written faster than a radio takes it.
+            waitUntil(
+                [&] {
+                    error = pupil.session->send(step.document.c_str());
+                    return error.code != Host::ErrorCode::TooMuch;
+                },
+                3600);
         } else if (step.kind == LessonStep::Kind::Shell) {
             error = pupil.session->ask(step.text, step.seconds, pupil.waitsFor);
         } else if (step.kind == LessonStep::Kind::Until) {
-            pupil.lastReport.clear();  // what was before does not count
+            pupil.awaited = &step.until;
+            pupil.isMet = false;  // what was before does not count
         } else if (step.kind == LessonStep::Kind::Hands) {
             useHands(step, pupil);
         }
-        if (error) {
+        if (error && !isInterrupted() && !anyHasEnded()) {
             std::cerr << mOptions.lesson << ':' << step.line << ": " << shown(inWords(error)) << '\n';
         }
         return !error;
@@ -292,12 +308,14 @@ private:
         }
     }
 
-    // However it ends, no wheel goes on turning.
+    // What is cut short leaves no wheel turning.
     int finish(int status)
     {
         const bool isCut = isInterrupted() || status != kSuccess;
         for (const auto& pupil : mPupils) {
-            if (isCut) {
+            if (isCut && pupil->wasReady && !pupil->session->isReady()) {
+                pupil->tell(*pupil->session, "could not be stopped: it is not connected");
+            } else if (isCut) {
                 pupil->session->stop();
             }
         }
@@ -307,14 +325,7 @@ private:
             },
             2);
         hub().run(isCut ? 0.1 : 0.05);
-        for (const auto& pupil : mPupils) {
-            pupil->session->disconnect();
-        }
-        hub().runUntil(
-            [this] {
-                return allAre([](const Pupil& pupil) { return pupil.session->state() == Host::SessionState::Ended; });
-            },
-            5);
+        leave();
         if (mIsTerminal) {
             std::printf("\r\x1b[K");
         }
@@ -330,24 +341,47 @@ private:
                     : status == kSuccess ? "done"
                                          : "not done",
                     reports, losses, losses == 1 ? "" : "s");
-        save();
-        return isInterrupted() ? 130 : status != kSuccess ? status : failed > 0 ? kBadInput : kSuccess;
+        const bool isSaved = save();
+        return isInterrupted() ? kStopped : status != kSuccess ? status : failed > 0 || !isSaved ? kBadInput : kSuccess;
+    }
+
+    void leave()
+    {
+        for (const auto& pupil : mPupils) {
+            pupil->session->disconnect();
+        }
+        hub().runUntil(
+            [this] {
+                return allAre([](const Pupil& pupil) { return pupil.session->state() == Host::SessionState::Ended; });
+            },
+            5);
     }
 
     // The first robot's file has the name that was given, the others' a number behind it.
-    void save()
+    static std::string numbered(const std::string& path, size_t number)
     {
+        return number == 1 ? path : path + '.' + std::to_string(number);
+    }
+
+    bool save()
+    {
+        bool isSaved = true;
         for (size_t i = 0; i < mPupils.size(); ++i) {
             Pupil& pupil = *mPupils[i];
-            const std::string number = i == 0 ? "" : "." + std::to_string(i + 1);
-            if (!mOptions.record.empty()) {
-                writeFile(mOptions.record + number, pupil.capture);
-            }
-            if (!mOptions.svg.empty()) {
-                const std::string name = pupil.session->info().name;
-                writeFile(mOptions.svg + number, pupil.picture.draw(shown(name + ": " + mOptions.lesson)));
+            try {
+                if (pupil.capture != nullptr) {
+                    pupil.capture->finish();
+                }
+                if (!mOptions.svg.empty()) {
+                    const std::string name = pupil.session->info().name;
+                    writeFile(numbered(mOptions.svg, i + 1), pupil.picture.draw(shown(name + ": " + mOptions.lesson)));
+                }
+            } catch (const InputError& problem) {
+                std::cerr << "zkhal run: " << problem.message << '\n';
+                isSaved = false;
             }
         }
+        return isSaved;
     }
 
     const RunOptions& mOptions;
@@ -401,7 +435,7 @@ void addRun(CLI::App& app, int& status)
         "\"to\":\"NAME\" in a line makes it one robot's; without, all robots get it. Lines that begin with # are "
         "comments.\n"
         "The lesson is checked as a whole before anything is sent. Ctrl-C stops wheels and sound.\n"
-        "Exit status: 0 done, 1 refused, not met or not answered, 3 a robot was lost.\n\n"
+        "Exit status: 0 done, 1 refused, not met or not answered, 3 a robot was lost, 130 stopped.\n\n"
         "Examples:\n"
         "  zkhal run examples/square.jsonl --robot virtual:orvik --svg square.svg\n"
         "  zkhal run examples/square.jsonl --robot 'Orvik num'\n"

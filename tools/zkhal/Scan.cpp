@@ -26,6 +26,7 @@ struct ScanOptions {
     std::string adapter;
     bool json = false;
     unsigned virtualRobots = 0;
+    std::vector<std::string> who;  // none: all
 };
 
 const char* familyOf(uint32_t type)
@@ -93,10 +94,12 @@ std::string cell(const std::string& text, size_t width)
 }
 
 // As wide as the terminal, so that no line breaks: they are counted to write over them.
-std::string tableOf(const Host::Hub& hub)
+std::string tableOf(const std::vector<Host::Sighting>& sightings, double now)
 {
     struct winsize size = {};
-    const size_t width = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : size_t{80};
+    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    const size_t width = isKnown ? size.ws_col : size_t{80};
+    const size_t rows = isKnown && size.ws_row > 3 ? size.ws_row - size_t{3} : size_t{20};
     std::string table;
     const auto add = [&](const std::string(&cells)[8]) {
         constexpr size_t kWidths[] = {14, 5, 17, 6, 5, 4, 4, 16};
@@ -107,14 +110,37 @@ std::string tableOf(const Host::Hub& hub)
         table += cut(line, width - 1) + '\n';
     };
     add({"NAME", "ROBOT", "ADDRESS", "ID", "FW", "RSSI", "AGE", "BATTERY"});
-    for (const Host::Sighting& seen : hub.sightings()) {
+    for (size_t i = 0; i < std::min(sightings.size(), rows); ++i) {
+        const Host::Sighting& seen = sightings[i];
         char age[32];
-        std::snprintf(age, sizeof age, "%.0f s", hub.now() - seen.lastSeen);
+        std::snprintf(age, sizeof age, "%.0f s", now - seen.lastSeen);
         add({shown(seen.info.name), familyOf(seen.info.type), shown(seen.id), shown(seen.info.uniqueId),
              firmwareOf(seen.info), seen.hasRssi ? std::to_string(seen.rssi) : "", age,
              std::string(batteryInWords(seen.info.batteryLevel)) + (isCharging(seen.info) ? ", charging" : "")});
     }
+    if (sightings.size() > rows) {
+        table += "... and " + std::to_string(sightings.size() - rows) + " more\n";
+    }
     return table;
+}
+
+bool isCalled(const Host::Sighting& seen, const std::string& who)
+{
+    return Host::isCalled(who, seen.id, seen.advertisedName, seen.info) ||
+           Host::isCalled(fullName(who), seen.id, seen.advertisedName, seen.info);
+}
+
+// Those that are looked for.
+std::vector<Host::Sighting> found(const Host::Hub& hub, const ScanOptions& options)
+{
+    std::vector<Host::Sighting> all;
+    for (const Host::Sighting& seen : hub.sightings()) {
+        if (options.who.empty() || std::any_of(options.who.begin(), options.who.end(),
+                                               [&](const std::string& who) { return isCalled(seen, who); })) {
+            all.push_back(seen);
+        }
+    }
+    return all;
 }
 
 int scan(const ScanOptions& options)
@@ -136,11 +162,11 @@ int scan(const ScanOptions& options)
         }
         if (isTerminal && hub.now() - shownAt >= 0.5) {
             shownAt = hub.now();
-            const std::string table = tableOf(hub);
+            const std::string table = tableOf(found(hub, options), hub.now());
             std::cout << (lines > 0 ? "\x1b[" + std::to_string(lines) + "A\x1b[J" : "") << table << std::flush;
             lines = static_cast<size_t>(std::count(table.begin(), table.end(), '\n'));
         }
-        for (const Host::Sighting& seen : hub.sightings()) {
+        for (const Host::Sighting& seen : found(hub, options)) {
             Host::Sighting steady = seen;
             steady.hasRssi = false;
             std::string& before = told[seen.robot];
@@ -154,7 +180,15 @@ int scan(const ScanOptions& options)
         std::cerr << "zkhal scan: no robot is in reach: is it switched on, and not connected elsewhere?\n";
         return kBadInput;
     }
-    return kSuccess;
+    int status = kSuccess;
+    for (const std::string& who : options.who) {
+        const std::vector<Host::Sighting>& all = hub.sightings();
+        if (std::none_of(all.begin(), all.end(), [&](const Host::Sighting& seen) { return isCalled(seen, who); })) {
+            std::cerr << "zkhal scan: " << shown(who) << " is not in reach\n";
+            status = kBadInput;
+        }
+    }
+    return status;
 }
 
 }  // namespace
@@ -165,13 +199,16 @@ void addScan(CLI::App& app, int& status)
     CLI::App* command = app.add_subcommand("scan", "List the robots in reach");
     command->add_option("--seconds", options->seconds, "How long (default 5)")->check(finiteRange(0.1, 86400));
     auto* adapter = command->add_option("--adapter", options->adapter, "The Bluetooth adapter")->type_name("HCI");
+    command->add_option("--robot", options->who, "Only this one, by name, address or id; may be given several times")
+        ->type_name("WHO")
+        ->allow_extra_args(false);
     command->add_flag("--json", options->json,
                       "JSON lines also on a terminal, one when a robot is first seen or has changed");
     command->add_option("--virtual", options->virtualRobots, "This many virtual robots instead of real ones")
         ->check(CLI::Range(1u, 1000u))
         ->excludes(adapter);
     command->footer(
-        "A table on a terminal, JSON lines in a pipe. Exit status 1 when there is none.\n\n"
+        "A table on a terminal, JSON lines in a pipe. Exit status 1 when there is none, or one is missing.\n\n"
         "Examples:\n"
         "  zkhal scan\n"
         "  zkhal scan --seconds 2 --json | jq .name\n"

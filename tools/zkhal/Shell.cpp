@@ -35,8 +35,9 @@ int runShell(const ShellOptions& options)
     });
     session.showsBytes = true;
     session.showsRobot = false;
+    catchInterrupts();
     if (!session.connect()) {
-        return kLostRobot;
+        return isInterrupted() ? kStopped : kLostRobot;
     }
     const bool isTyped = isatty(STDIN_FILENO) != 0;
     int status = kSuccess;
@@ -48,7 +49,8 @@ int runShell(const ShellOptions& options)
             std::printf("> ");
             std::fflush(stdout);
         }
-        if (!std::getline(std::cin, line) || (isTyped && line.empty())) {
+        session.runUntilInput();  // so that a loss is told, and reports do not pile up
+        if (isInterrupted() || session.isLost() || !std::getline(std::cin, line) || (isTyped && line.empty())) {
             break;
         }
         if (!line.empty() && line.back() == '\r') {
@@ -73,6 +75,9 @@ int runShell(const ShellOptions& options)
     }
     const bool isLost = session.isLost();
     session.disconnect();
+    if (isInterrupted()) {
+        return kStopped;
+    }
     return isLost ? kLostRobot : status;
 }
 

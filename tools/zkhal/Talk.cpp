@@ -1,16 +1,19 @@
 #include "Talk.h"
 
 #include <cstring>
+#include <iostream>
 #include <utility>
 
+#include <poll.h>
+#include <unistd.h>
+
 #include "HexText.h"
+#include "Host/RobotChannels.h"
 
 namespace zkhal {
 
 namespace {
 
-constexpr char kShellControl[] = "AF230000-879D-6186-1F49-DECA0E85D9C1";
-constexpr char kShellPacket[] = "AF230001-879D-6186-1F49-DECA0E85D9C1";
 constexpr double kPatience = 3600;  // the session has its own
 
 Host::SessionOptions optionsOf(const RobotChoice& choice)
@@ -73,6 +76,22 @@ void Talk::run(double seconds)
     }
 }
 
+void Talk::runUntilInput()
+{
+    struct pollfd input = {STDIN_FILENO, POLLIN, 0};
+    while (mRadio.hub().transport().isRealTime() && !isLost() && !isInterrupted() &&
+           std::cin.rdbuf()->in_avail() <= 0 && ::poll(&input, 1, 0) == 0) {
+        poll();
+    }
+}
+
+void Talk::stop()
+{
+    mSession.stop();
+    mRadio.hub().runUntil([this] { return mSession.isIdle() || !mSession.isReady(); }, 2);
+    mRadio.hub().run(0.1);
+}
+
 bool Talk::connect()
 {
     while (!mSession.isReady() && !isLost() && !isInterrupted()) {
@@ -128,7 +147,7 @@ void Talk::onAnswer(Host::RobotSession&, Host::AskId, const std::string& command
 
 void Talk::onPacket(Host::RobotSession&, bool isSent, const char* channel, const uint8_t* data, size_t length)
 {
-    if (showsBytes && std::strcmp(channel, isSent ? kShellControl : kShellPacket) == 0) {
+    if (showsBytes && std::strcmp(channel, isSent ? Host::kShellControl : Host::kShellPacket) == 0) {
         tell(isSent ? "out" : "in", hexText(data, length));
     }
 }
@@ -136,6 +155,9 @@ void Talk::onPacket(Host::RobotSession&, bool isSent, const char* channel, const
 void Talk::send(const std::string& json)
 {
     connect();  // after a loss
+    if (isInterrupted()) {
+        return;
+    }
     if (const Host::Error error = mSession.send(json.c_str())) {
         tell("host", inWords(error));
     }

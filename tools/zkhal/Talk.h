@@ -30,6 +30,10 @@ public:
     bool ask(const std::string& command, double timeout, std::string& answer);
     // Lets time pass.
     void run(double seconds);
+    // Lets time pass with a real robot until there is something to read from stdin.
+    void runUntilInput();
+    // Wheels and sound stop, before anything that waits.
+    void stop();
 
     double seconds()
     {

@@ -57,7 +57,7 @@ std::vector<std::pair<std::string, std::string>> columns()
 std::string csvText(const std::string& text)
 {
     std::string quoted = "\"";
-    for (const char c : text) {
+    for (const char c : shown(text)) {
         quoted += c == '"' ? "\"\"" : std::string(1, c);
     }
     return quoted + '"';
@@ -71,7 +71,7 @@ public:
     {
         const bool isTrouble = state == Host::SessionState::Pausing || (state == Host::SessionState::Ended && error);
         trouble = isTrouble ? "lost: " + inWords(error) : "";
-        if (isTrouble && !showsScreen && !isPlayed) {
+        if (isTrouble && !showsScreen && !isOver(robot)) {
             std::cerr << "zkhal watch: " << shown(nameOf(robot)) << ": " << shown(trouble) << '\n';
         }
     }
@@ -110,10 +110,15 @@ public:
     }
 
     Host::RobotSession* session = nullptr;
-    std::string last, trouble, capture;
+    std::string last, trouble;
+    std::unique_ptr<GrowingFile> capture;
     ReportPicture picture;
     bool showsScreen = false;
-    bool isPlayed = false;  // from a capture, which ends
+    bool isPlayed = false;  // from a capture, whose end is no loss
+    bool isOver(const Host::RobotSession& robot) const
+    {
+        return isPlayed && robot.lossCount() > 0;
+    }
 
 private:
     void writeRow(const Host::RobotSession& robot, double seconds)
@@ -155,7 +160,9 @@ int watch(const WatchOptions& options)
         watcher.isPlayed = radio.isCapture();
         watcher.session = &hub.open(name, sessionOptions, &watcher);
         if (!options.record.empty()) {
-            watcher.session->record = [&watcher](const std::string& line) { watcher.capture += line; };
+            const std::string number = watchers.size() == 1 ? "" : "." + std::to_string(watchers.size());
+            watcher.capture = std::make_unique<GrowingFile>(options.record + number);
+            watcher.session->record = [&watcher](const std::string& line) { watcher.capture->write(line); };
         }
     }
     if (options.csv) {
@@ -197,7 +204,7 @@ int watch(const WatchOptions& options)
     for (size_t i = 0; i < watchers.size(); ++i) {
         Watcher& watcher = *watchers[i];
         if (watcher.session->state() == Host::SessionState::Ended && watcher.session->lastError() &&
-            !watcher.isPlayed) {
+            !watcher.isOver(*watcher.session)) {
             status = kLostRobot;
         }
         watcher.session->disconnect();
@@ -206,7 +213,7 @@ int watch(const WatchOptions& options)
             writeFile(options.svg + number, watcher.picture.draw(shown(Watcher::nameOf(*watcher.session))));
         }
         if (!options.record.empty()) {
-            writeFile(options.record + number, watcher.capture);
+            watcher.capture->finish();
         }
     }
     hub.run(0.05);
