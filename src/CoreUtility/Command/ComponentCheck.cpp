@@ -121,7 +121,6 @@ public:
         for (const nx_json* member = root->child; member != nullptr; member = member->next) {
             lookAhead(member);
         }
-        mCapture.take();
         if (mRobotType == ZK_ROBOT_RUSK && root->child != nullptr) {
             mFindings.remark(0, "a Rusk takes shell commands only: no command packet means anything to it");
         }

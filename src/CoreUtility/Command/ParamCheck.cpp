@@ -76,6 +76,7 @@ void ParamCheck::check(const ComponentRow& row, const char* words, const nx_json
     if (row.params.count != 0) {  // else naming it is the command, whatever the value
         checkList(given, member, words);
     }
+    mIsBeaten = nullptr;
 }
 
 void ParamCheck::checkList(const GivenParams& given, const nx_json* params, const char* owner)
