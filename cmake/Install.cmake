@@ -8,6 +8,10 @@ if(ZKHAL_SIMULATOR)
   install(TARGETS zkhal_simulator EXPORT ZKHALTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 
+if(ZKHAL_HOST)
+  install(TARGETS zkhal_host EXPORT ZKHALTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
+
 # C headers as <ZKHAL/...>; the C++ classes keep their folders below ZKHAL/cxx.
 install(DIRECTORY include/ZKHAL ${PROJECT_BINARY_DIR}/include/ZKHAL DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   FILES_MATCHING PATTERN "*.h")
@@ -69,6 +73,17 @@ if(ZKHAL_SIMULATOR)
     Simulator/SoundFileReader.h
     Simulator/VirtualRobot.h)
 endif()
+if(ZKHAL_HOST)
+  list(APPEND ZKHAL_CXX_HEADERS
+    Host/BluezTransport.h
+    Host/Capture.h
+    Host/CaptureTransport.h
+    Host/Error.h
+    Host/Hub.h
+    Host/RobotSession.h
+    Host/Transport.h
+    Host/VirtualTransport.h)
+endif()
 foreach(header IN LISTS ZKHAL_CXX_HEADERS)
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES src/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ZKHAL/cxx/${folder})
@@ -76,6 +91,10 @@ endforeach()
 
 set(ZKHAL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/ZKHAL)
 install(EXPORT ZKHALTargets NAMESPACE ZKHAL:: DESTINATION ${ZKHAL_CMAKE_DIR})
+set(ZKHAL_NEEDS_SYSTEMD OFF)
+if(ZKHAL_HOST AND ZKHAL_HAS_BLUETOOTH)
+  set(ZKHAL_NEEDS_SYSTEMD ON)
+endif()
 configure_package_config_file(cmake/ZKHALConfig.cmake.in ZKHALConfig.cmake INSTALL_DESTINATION ${ZKHAL_CMAKE_DIR})
 write_basic_package_version_file(ZKHALConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/ZKHALConfig.cmake ${PROJECT_BINARY_DIR}/ZKHALConfigVersion.cmake

@@ -7,9 +7,8 @@
 
 #include <poll.h>
 
-#include "ZKHAL/Vocabulary.h"
-
 #include "Host/RobotChannels.h"
+#include "ZKHAL/Vocabulary.h"
 
 namespace Host {
 

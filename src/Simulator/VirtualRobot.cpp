@@ -30,23 +30,6 @@ constexpr int64_t kAnswerDelay_ns = kSecond_ns / 20;
 constexpr size_t kMostNotifications = 4096, kMostEvents = 1000, kMostClaps = 64, kMostAnswers = 64;
 constexpr uint8_t kFirmware[] = {1, 4, 2}, kResources = 3;  // major, minor, sub-minor
 
-// Which characteristics a robot has, and what a write to one does.
-enum class Written { Never, Command, Shell, File };
-struct Channel {
-    const std::string* uuid;
-    Written written;
-    bool isOnEveryRobot;  // or on those with commands only
-};
-constexpr Channel kChannels[] = {
-    {&Kestrel::gChannelShellControl, Written::Shell, true},
-    {&Kestrel::gChannelShellPacket, Written::Never, true},
-    {&Kestrel::gChannelCommandControl, Written::Command, false},
-    {&Kestrel::gChannelSensorPacket1, Written::Never, false},
-    {&Kestrel::gChannelSensorPacket2, Written::Never, false},
-    {&Kestrel::gChannelFileTransferControl, Written::File, false},
-    {&Kestrel::gChannelFileTransferPacket, Written::File, false},
-};
-
 void putBits(uint8_t* record, Kestrel::Bits at, unsigned value)
 {
     record[at.byte] = static_cast<uint8_t>(record[at.byte] | (value & ((1u << at.count) - 1)) << at.shift);
@@ -72,6 +55,22 @@ HALPacket_t packetOf(const Notification& notification)
     std::memcpy(packet.data, notification.data.data(), packet.length);
     return packet;
 }
+
+// Which characteristics a robot has, and what a write to one does.
+struct VirtualRobot::Channel {
+    const std::string* uuid;
+    Written written;
+    bool isOnEveryRobot;  // or on those with commands only
+};
+const VirtualRobot::Channel VirtualRobot::kChannels[] = {
+    {&Kestrel::gChannelShellControl, Written::Shell, true},
+    {&Kestrel::gChannelShellPacket, Written::Never, true},
+    {&Kestrel::gChannelCommandControl, Written::Command, false},
+    {&Kestrel::gChannelSensorPacket1, Written::Never, false},
+    {&Kestrel::gChannelSensorPacket2, Written::Never, false},
+    {&Kestrel::gChannelFileTransferControl, Written::File, false},
+    {&Kestrel::gChannelFileTransferPacket, Written::File, false},
+};
 
 // ---- The robot -------------------------------------------------------------------------------------------------
 
@@ -170,15 +169,26 @@ std::vector<const char*> VirtualRobot::characteristics() const
     return uuids;
 }
 
+VirtualRobot::Written VirtualRobot::writtenAt(const char* uuid) const
+{
+    for (const Channel& channel : kChannels) {
+        if (ZKHAL::isSameTextIgnoringCase(uuid, channel.uuid->c_str()) &&
+            (channel.isOnEveryRobot || mModel.hasCommands)) {
+            return channel.written;
+        }
+    }
+    return Written::Never;
+}
+
+bool VirtualRobot::takesWrites(const char* channel) const
+{
+    return writtenAt(ZKHAL::orEmpty(channel)) != Written::Never;
+}
+
 bool VirtualRobot::write(const char* channel, const uint8_t* data, size_t length)
 {
     const char* const uuid = ZKHAL::orEmpty(channel);
-    Written written = Written::Never;
-    for (const Channel& each : kChannels) {
-        if (ZKHAL::isSameTextIgnoringCase(uuid, each.uuid->c_str()) && (each.isOnEveryRobot || mModel.hasCommands)) {
-            written = each.written;
-        }
-    }
+    const Written written = writtenAt(uuid);
     const size_t present = data != nullptr ? length : 0;
     if (written == Written::Command) {
         const PacketReading reading = readCommands(data, present);

@@ -53,6 +53,8 @@ public:
     std::string localName() const;
     static const char* service();
     std::vector<const char*> characteristics() const;
+    /** Whether a write to a characteristic does something. */
+    bool takesWrites(const char* channel) const;
 
     bool write(const char* channel, const uint8_t* data, size_t length);
     void advance(double seconds);
@@ -87,6 +89,11 @@ private:
     static const CommandRow kCommands[];
 
     VirtualRobot(const RobotModel& model, uint64_t seed);
+
+    enum class Written { Never, Command, Shell, File };
+    struct Channel;
+    static const Channel kChannels[];
+    Written writtenAt(const char* uuid) const;
 
     // One for each command, or for several that differ in little. False when there are too many to keep.
     bool onWheels(const RobotCommand& command);

@@ -27,6 +27,11 @@ FINE
 10.00 cm"
 [ "$("$work/consumer/simulator")" = "$expected" ] || { echo "simulator prints something else"; exit 1; }
 
+if [ -x "$work/consumer/session" ]; then
+  [ "$("$work/consumer/session")" = "NAME: Virtual Quill
+it drives" ] || { echo "session prints something else"; exit 1; }
+fi
+
 # With pkg-config.
 export PKG_CONFIG_PATH="$work/prefix/lib/pkgconfig"
 # shellcheck disable=SC2046  # lists of options

@@ -14,6 +14,7 @@ void addAdvert(CLI::App& app, int& status);
 void addPuppet(CLI::App& app, int& status);  // record, puppet, animate, replay
 void addSound(CLI::App& app, int& status);   // where the library has ZKHAL_HAS_SOUND
 void addVocabulary(CLI::App& app, int& status);
+void addOnAir(CLI::App& app, int& status);  // where the library has ZKHAL_HAS_BLUETOOTH
 // Where there are sessions with robots (ZKHAL_HAS_HOST).
 void addScan(CLI::App& app, int& status);
 void addRun(CLI::App& app, int& status);

@@ -72,6 +72,9 @@ int main(int argc, char** argv)
     zkhal::addAdvert(app, status);
     zkhal::addPuppet(app, status);
     zkhal::addVocabulary(app, status);
+#if ZKHAL_HAS_BLUETOOTH
+    zkhal::addOnAir(app, status);
+#endif
 #if ZKHAL_HAS_SOUND
     zkhal::addSound(app, status);
 #endif
