@@ -21,7 +21,7 @@ const CheckCase kChecks[] = {
     {"", ""},
     {R"({"211":{"left_cm_s":1,"right_cm_s":2},"100":{"index":[1],"brightness":1}})", ""},
     {"{\n  \"305\": {},\n  \"x\": 1 }",
-     "2:3: remark: \"305\" is no component: ignored\n"
+     "2:3: remark: 305 is reported as unknown, and nothing is sent of it\n"
      "3:3: remark: \"x\" is no component: ignored"},
     {R"({"6001":{}})", "1:2: remark: 6001 is reported as unknown, but sends the clock to the robot"},
     {R"({"106":{"brightnes":1}})", "1:9: remark: \"brightnes\" is no parameter of light 106: ignored"},
@@ -44,13 +44,14 @@ const CheckCase kChecks[] = {
      "1:2: remark: speaker without \"volume\": volume 0 is sent"},
     {R"({"300":{"file":"123456789012345","volume":2}})",
      "1:9: remark: \"file\" is cut to 14 bytes\n"
-     "1:34: remark: \"volume\" outside 0 to 1 is not sent"},
+     "1:34: remark: \"volume\": 2 is outside 0 to 1: it is not sent"},
     {R"({"5000":{"name":"1234567890123456789"}})", "1:10: remark: \"name\" is cut to 18 bytes"},
     {R"({"5000":{"name":1}})",
      "1:10: remark: \"name\" is a number: read as \"\"\n"
      "1:2: remark: \"pvolume\" is sent though it is not given\n"
      "1:10: remark: \"name\" is not sent: this value counts as not given"},
-    {R"({"5000":{"avatar":1,"pvolume":1}})", "1:21: remark: \"pvolume\" is not sent: one message carries one setting"},
+    {R"({"5000":{"avatar":1,"pvolume":1}})",
+     "1:21: remark: \"pvolume\" is not sent: one message carries one setting, and \"avatar\" goes before it"},
     {R"({"100":{}})",
      "1:2: remark: eye ring without \"animation\" or \"index\": animation 0 is sent\n"
      "1:2: remark: eye ring without \"brightness\": brightness 0 is sent"},
@@ -62,7 +63,7 @@ const CheckCase kChecks[] = {
      "1:9: remark: tone1: its value is a number and no object: no parameter is read\n"
      "1:19: remark: \"tone5\" is no parameter of synthesizer: ignored\n"
      "1:39: remark: \"frq\" is no parameter of tone2: ignored"},
-    {R"({"410":{"message":1,"LEDs":[1]}})", "1:2: remark: Parsing LedMsg: unrecognized LED: \"\""},
+    {R"({"410":{"message":1,"LEDs":[1]}})", "1:21: remark: \"LEDs\": 1 is no light that shows messages"},
     {R"({"450":{"id":20,"x":1}})", "1:17: remark: \"x\" is no parameter of behaviour start: ignored", ZK_ROBOT_QUILL},
     {R"({"6001":0,"5000":{"avatar":1},"304":{},"106":{"brightness":1}})",
      "1:2: remark: 6001 is reported as unknown, but sends the clock to the robot\n"
@@ -74,7 +75,7 @@ const CheckCase kChecks[] = {
     // Behaviours: values beyond the range of their id, of another id, or beaten by six bytes.
     {R"({"450":{"id":40,"avg_deg":0,"amp_deg":99,"prd_s":100}})",
      "1:29: remark: \"amp_deg\": 99 is outside 0 to 30: it is limited\n"
-     "1:42: remark: \"prd_s\": 100 is outside 0 to 16.383 and does not arrive whole",
+     "1:42: remark: \"prd_s\": 100 is outside 0 to 16.382 and does not arrive whole",
      ZK_ROBOT_QUILL},
     {R"({"450":{"id":50,"avg_deg":-100,"amp_deg":99,"prd_s":1}})", "", ZK_ROBOT_QUILL},
     {R"({"450":{"id":60,"amp_deg":9,"prd_s":1,"avg_deg":1}})", "1:39: remark: \"avg_deg\" is not sent by behaviour 60",
@@ -87,8 +88,7 @@ const CheckCase kChecks[] = {
      ZK_ROBOT_QUILL},
     {R"({"450":{"id":10,"anim":1,"rpt":2,"max_scl":3}})",
      "1:26: remark: \"rpt\": 2 is outside 0 to 1: it counts as 1\n"
-     "1:34: remark: \"max_scl\": 3 is outside 0 to 2: it counts as 1\n"
-     "1:2: remark: error: animation scale out of range. using 1. 3.000000",
+     "1:34: remark: \"max_scl\": 3 is outside 0 to 2: it counts as 1",
      ZK_ROBOT_QUILL},
     // Values that a later one takes the place of, in the component or in another.
     {R"({"200":{"cm_s":1},"201":{"cm_s":1},"211":{"left_cm_s":1}})",
@@ -108,7 +108,70 @@ const CheckCase kChecks[] = {
     {R"({"100":{"brightness":[256,1,true,0],"index":[1]}})",
      "1:9: remark: \"brightness\": 256 does not fit a byte: only its low bits are sent\n"
      "1:9: remark: \"brightness\" is true: read as 0"},
-    {R"({"300":{"volume":1.005}})", "1:9: remark: \"volume\" outside 0 to 1: it is limited"},
+    {R"({"300":{"volume":1.005}})", "1:9: remark: \"volume\": 1.005 is outside 0 to 1: 100 % is sent"},
+    // Other parameters decide, as the field that keeps them has them, and the last of each in the document.
+    {R"({"450":{"id":65576,"avg_deg":0,"amp_deg":9,"prd_s":1}})",
+     "1:9: remark: \"id\": 65576 is outside 0 to 65534 and does not arrive whole", ZK_ROBOT_QUILL},
+    {R"({"205":{"mode":4294967300,"x":900}})",
+     "1:9: remark: \"mode\": 4294967300 is outside 0 to 5 and does not arrive whole"},
+    {R"({"207":{"hold":1,"hold":0,"time":40}})",
+     "1:18: remark: \"hold\" is given twice\n"
+     "1:27: remark: \"time\": 40 is outside -32.768 to 32.767: it is limited"},
+    {R"({"205":{"mode":4,"x":900},"205":{"mode":1}})",
+     "1:18: remark: \"x\": 900 is outside -819.2 to 819.1 and does not arrive whole\n"
+     "1:27: remark: body pose is named twice: later parameters overwrite earlier ones"},
+    {R"({"205":{"mode":4},"205":{"x":900}})",
+     "1:19: remark: body pose is named twice: later parameters overwrite earlier ones"},
+    {R"({"204":{"linear_acc_cm_s_s":1,"angular_acc_deg_s_s":2},"204":{"angular_acc_deg_s_s":1}})",
+     "1:9: remark: \"linear_acc_cm_s_s\" is lost: body motion is named again\n"
+     "1:56: remark: body motion is named twice: later parameters overwrite earlier ones\n"
+     "1:63: remark: \"angular_acc_deg_s_s\" is not sent by body motion without \"linear_acc_cm_s_s\""},
+    {R"({"450":{"id":40,"params":[1,2,3,4,5,6]},"450":{"id":0,"bkup":1}})",
+     "1:17: remark: \"params\" is lost: behaviour start is named again\n"
+     "1:41: remark: behaviour start is named twice: later parameters overwrite earlier ones\n"
+     "1:41: remark: of the six bytes of behaviour start, 5 are still those of an earlier naming",
+     ZK_ROBOT_QUILL},
+    {R"({"213":{"prcnt":1,"prcnt":200}})", "1:19: remark: \"prcnt\" is lost: it is given twice, and the first counts"},
+    // Two namings of which each asks for another command, or the later one supplies what is missed.
+    {R"({"301":{},"301":{"file":"a"}})",
+     "1:11: remark: on-robot animation is named twice: later parameters overwrite earlier ones\n"
+     "1:2: remark: on-robot animation without a name is sent too, for an earlier naming, with what the last one leaves "
+     "of its values"},
+    {R"({"100":{"brightness":[0,0,0,1]},"100":{"index":[1]}})",
+     "1:33: remark: eye ring is named twice: later parameters overwrite earlier ones"},
+    {R"({"300":{"file":"a","volume":0.5},"300":{"volume":2}})",
+     "1:34: remark: speaker is named twice: later parameters overwrite earlier ones\n"
+     "1:41: remark: \"volume\": 2 is outside 0 to 1: 200 % is sent"},
+    {R"({"300":{"file":"","volume":655.4}})",
+     "1:9: remark: \"file\" is empty: no sound is played\n"
+     "1:19: remark: \"volume\": 655.4 is outside 0 to 1: 4 % is sent"},
+    // Settings: values that count as not given, and what is sent in the place of others.
+    {R"({"5000":{"color":300,"avatar":1}})",
+     "1:2: remark: \"anim\" is sent though it is not given\n"
+     "1:10: remark: \"color\" is not sent: this value counts as not given\n"
+     "1:22: remark: \"avatar\" is not sent: one message carries one setting, and \"anim\" goes before it"},
+    {R"({"5000":{"name":"","peyebright":0.5}})",
+     "1:2: remark: \"pvolume\" is sent though it is not given\n"
+     "1:10: remark: \"name\" is not sent: this value counts as not given\n"
+     "1:20: remark: \"peyebright\" is not sent: one message carries one setting, and \"pvolume\" goes before it"},
+    {R"({"5000":{"color":255,"anim":3}})", "1:10: remark: \"color\": 255 counts as not given: the robot's own is sent"},
+    // Lists: each kind of fault once, and none twice.
+    {R"({"450":{"id":0,"params":[1.5,300,-5,4,5,6,800]}})",
+     "1:16: remark: \"params\": 1.5 in it is read as the whole number 1\n"
+     "1:16: remark: \"params\": 300 in it is outside 0 to 255 and does not arrive whole\n"
+     "1:16: remark: \"params\": only the first 6 elements are sent",
+     ZK_ROBOT_QUILL},
+    {R"({"100":{"index":{"1":2,"1a":0},"brightness":[1,2]}})",
+     "1:9: remark: \"index\": 2 in it counts as 1\n"
+     "1:24: remark: \"index\": \"1a\" is read as light 1\n"
+     "1:24: remark: \"index\": light 1 is given twice, and is on\n"
+     "1:32: remark: \"brightness\": a list of 2 is not read: 255 is sent"},
+    {R"({"410":{"message":256,"LEDs":["102"]},"410":{"LEDs":[103,105]}})",
+     "1:9: remark: \"message\": 256 is outside 0 to 63 and does not arrive whole\n"
+     "1:23: remark: \"LEDs\": text in it is read as 0\n"
+     "1:39: remark: light message is named twice: later parameters overwrite earlier ones, but the lights of both are "
+     "meant\n"
+     "1:46: remark: \"LEDs\": 105 is no light that shows messages"},
     // Refused
     {R"({"203":{"degree":121,"time":1},"213":{"prcnt":101},"9000":{"pingID":70000}})",
      "1:9: remark: \"degree\": 121 is outside -120 to 120: it is limited\n"

@@ -88,6 +88,8 @@ std::string outcomeInWords(const ZKRangeInfo& range)
             return ", limited, without its sign";
         case ZK_BEYOND_READ_AS:
             return ", else " + jsonNumber(range.readAs);
+        case ZK_BEYOND_NOT_SENT:
+            return ", above it not sent";
         default:
             return "";
     }

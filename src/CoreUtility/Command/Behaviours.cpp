@@ -79,7 +79,7 @@ constexpr BehaviourValueRow periodRow(uint8_t byte, uint8_t highByte, uint8_t hi
             nullptr,
             "periodic needs period",
             Packed::Milliseconds,
-            {{0, 16.383}},
+            {{0, 16.382}},  // 16.383 becomes 16382 ms: single precision rounds it below
             {lowByteIn(byte), {8, 6, highByte, highBit, true}}};
 }
 
@@ -277,14 +277,9 @@ void storeBytes(void* record, const nx_json& value, const ParseContext&)
     }
 }
 
-uint16_t behaviourId(const nx_json& value)
-{
-    return low16(value.int_value);
-}
-
 void storeId(void* record, const nx_json& value, const ParseContext&)
 {
-    static_cast<Values*>(record)->record->commandId = behaviourId(value);
+    static_cast<Values*>(record)->record->commandId = low16(value.int_value);
 }
 
 void storeWeight(void* record, const nx_json& value, const ParseContext&)
@@ -315,8 +310,8 @@ constexpr CasesOfValue casesOf(const char* key)
         for (size_t i = 0; i < row.valueCount; ++i) {
             if (isSameKey(row.values[i].key, key)) {
                 const auto id = static_cast<double>(row.id);
-                list.cases[list.count++] = {HAL::kEveryRobot, When::Within, kBehaviourIdKey,
-                                            nullptr,          {id, id},     row.values[i].limits};
+                list.cases[list.count++] = {
+                    HAL::kEveryRobot, When::Within, kBehaviourIdKey, nullptr, {id, id}, row.values[i].limits, 16};
             }
         }
     }
@@ -332,7 +327,7 @@ constexpr CasesOfValue kAmpDegrees = casesOf("amp_deg"), kAmpCm = casesOf("amp_c
 constexpr ParamRow named(ParamRow::Store store, ParamKind kind, const char* key, const char* name, const char* unit,
                          const CasesOfValue& list, bool isStart, const char* words)
 {
-    ParamRow row = ParamRow(store, kind, key, name, unit, words, kNotSent).absent(kNothing);
+    ParamRow row = ParamRow(store, kind, key, name, unit, words, kNotSent).absent(kNothing).forgotten();
     row.cases = isStart ? list.cases : kNeverSent;
     row.caseCount = isStart ? list.count : 1;
     return row;
@@ -358,7 +353,8 @@ constexpr BehaviourParams behaviourParams(bool isStart)
                        isStart),
         unlessStopping(ParamRow(storeBytes, ParamKind::Bytes, kBehaviourBytesKey, "bytes", "",
                                 "the six parameter bytes, in place of the named values", {kByte})
-                           .absent(kNothing),
+                           .absent(kNothing)
+                           .forgotten(),
                        isStart),
         named(storeSingle<&Values::ampDegrees>, ParamKind::Real, "amp_deg", "amplitude", "degrees", kAmpDegrees,
               isStart, "how far to each side"),
@@ -417,7 +413,7 @@ const nx_json* findMissingBehaviourId(const nx_json* params, const nx_json* afte
     uint16_t id = kBehaviourNotGiven;
     for (const nx_json* param = params->child; param != nullptr; param = param->next) {
         if (std::strcmp(orEmpty(param->key), kBehaviourIdKey) == 0) {
-            id = behaviourId(*param);
+            id = low16(param->int_value);
         }
     }
     return id == kBehaviourNotGiven ? params : nullptr;

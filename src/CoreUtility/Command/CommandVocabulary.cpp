@@ -33,11 +33,6 @@ constexpr LimitCase onlyOn(HAL::RobotSet robots, Limits limits)
     return {robots, When::Always, nullptr, nullptr, {}, limits};
 }
 
-constexpr LimitCase whenWithin(const char* key, Range is, Limits limits)
-{
-    return {HAL::kEveryRobot, When::Within, key, nullptr, is, limits};
-}
-
 // ---- Lights ----------------------------------------------------------------------------------------------------
 
 constexpr ParamRow kLedParams[] = {level<&HALLED_t::brightness>("brightness", "brightness", "how bright")};
@@ -112,7 +107,7 @@ constexpr ParamRow kEyeRingParams[] = {
      "how bright: a level, or above 1 the byte itself; a list of four for the quarters",
      {kByte}},
     ParamRow(storeEyeLights, ParamKind::EyeLights, kEyeLightsKey, "lights", "", "which of its 12 lights are on",
-             {kUnit})
+             {kUnit, Beyond::Limited})
         .sharing("animation")
         .absent(kNothing),
 };
@@ -135,24 +130,6 @@ const nx_json* findBadEyeLight(const nx_json* params, const nx_json* after)
     return nullptr;
 }
 
-uint8_t ledMaskOf(int64_t light)
-{
-    switch (light) {
-        case 102:
-            return 1;
-        case 103:
-            return 2;
-        case 101:
-        case 104:
-            return 4;
-        case 106:
-        case 107:
-            return 8;
-        default:
-            return 0;
-    }
-}
-
 void storeMessage(void* record, const nx_json& value, const ParseContext&)
 {
     if (value.int_value < 0 || value.int_value > 255) {
@@ -169,7 +146,7 @@ void storeMessageLights(void* record, const nx_json& value, const ParseContext&)
     }
     uint8_t& mask = static_cast<HALLedMsg_t*>(record)->ledMask;
     for (const nx_json* element = value.child; element != nullptr; element = element->next) {
-        const uint8_t bit = ledMaskOf(element->int_value);
+        const uint8_t bit = messageLightBit(element->int_value);
         if (bit == 0) {
             printOut("Parsing LedMsg: unrecognized LED: \"%s\"\n", orEmpty(element->text_value));
         }
@@ -235,13 +212,17 @@ constexpr ParamRow kBodyMotionParams[] = {
     real<&HALBodyMotionLinearAngular_t::linearAcceleration>(
         kLinearAccKey, "linear_acceleration", "cm/s^2", {{0, 1023}, Beyond::Magnitude}, "how fast the speed changes")
         .when(kNotWithoutAngular)
-        .absent(kNothing),
+        .absent(kNothing)
+        .forgotten(),
     degrees<&HALBodyMotionLinearAngular_t::angularAcceleration>(kAngularAccKey, "angular_acceleration", "degrees/s^2",
                                                                 {{0, 3751.27}, Beyond::Magnitude},
                                                                 "how fast the turning speed changes")
         .when(kNotWithoutLinear)
-        .absent(kNothing),
-    flag<&HALBodyMotionLinearAngular_t::isPose>("pose", "pose", "count as a pose").when(kNotWithAcceleration),
+        .absent(kNothing)
+        .forgotten(),
+    flag<&HALBodyMotionLinearAngular_t::isPose>("pose", "pose", "count as a pose")
+        .when(kNotWithAcceleration)
+        .forgotten(),
 };
 
 void fillBodyMotion(void* record, const nx_json* params, const ParseContext& context)
@@ -256,9 +237,13 @@ void fillBodyMotion(void* record, const nx_json* params, const ParseContext& con
 // Modes 3 and 4 send whole 16-bit numbers; the others fewer bits, and more of them.
 constexpr char kModeKey[] = "mode";
 constexpr Range kWideModes = {3, 4};
-constexpr LimitCase kWidePlace[] = {whenWithin(kModeKey, kWideModes, {{-3276.8, 3276.7}, Beyond::Limited})};
-constexpr LimitCase kWideHeading[] = {whenWithin(kModeKey, kWideModes, {{-18774.6, 18774.1}, Beyond::Limited})};
-constexpr LimitCase kNotInWideModes[] = {whenWithin(kModeKey, kWideModes, kNotSent)};
+constexpr LimitCase inWideModes(Limits limits)
+{
+    return {HAL::kEveryRobot, When::Within, kModeKey, nullptr, kWideModes, limits, 32};
+}
+constexpr LimitCase kWidePlace[] = {inWideModes({{-3276.8, 3276.7}, Beyond::Limited})};
+constexpr LimitCase kWideHeading[] = {inWideModes({{-18774.6, 18774.1}, Beyond::Limited})};
+constexpr LimitCase kNotInWideModes[] = {inWideModes(kNotSent)};
 
 constexpr ParamRow kBodyPoseParams[] = {
     real<&HALBodyPose_t::x>("x", "x", "cm", {{-819.2, 819.1}}, "forward").when(kWidePlace),
@@ -361,9 +346,9 @@ constexpr ParamRow kAnimParams[] = {
 };
 
 constexpr ParamRow kToneParams[] = {
-    whole<&HALSynthTone_t::type>("type", "type", kThreeBits, "waveform"),
-    real<&HALSynthTone_t::frequency>("freq", "frequency", "Hz", {{0, 6553.5}}, "pitch"),
-    real<&HALSynthTone_t::phase>("phase", "phase", "", {kByte}, "where in its wave it begins"),
+    whole<&HALSynthTone_t::type>("type", "type", kThreeBits, "waveform").firstOfTwo(),
+    real<&HALSynthTone_t::frequency>("freq", "frequency", "Hz", {{0, 6553.5}}, "pitch").firstOfTwo(),
+    real<&HALSynthTone_t::phase>("phase", "phase", "", {kByte}, "where in its wave it begins").firstOfTwo(),
 };
 
 // All three are written, with 0 for what is absent; of a key given twice the first counts.
@@ -412,7 +397,8 @@ void storePercent(void* record, const nx_json& value, const ParseContext&)
 }
 
 constexpr ParamRow kScalarParams[] = {
-    ParamRow(storePercent, ParamKind::Real, kPercentKey, "percent", "%", "percentage", {{-100, 100}, Beyond::Limited}),
+    ParamRow(storePercent, ParamKind::Real, kPercentKey, "percent", "%", "percentage", {{-100, 100}, Beyond::Limited})
+        .firstOfTwo(),
 };
 
 void fillScalar(void* record, const nx_json* params, const ParseContext& context)
@@ -450,10 +436,15 @@ void storeRobotName(void* record, const nx_json& value, const ParseContext&)
 
 constexpr ParamRow kUserSettingParams[] = {
     ParamRow(storeRobotName, ParamKind::Text, "name", "name", "", "name of the robot", {{0, kRobotNameLength}})
-        .absent(kNothing),
-    whole<&HALUserSetting_t::colorId>("color", "color", kThreeBits, "personality colour").absent(kNothing),
-    whole<&HALUserSetting_t::animId>("anim", "animation", kThreeBits, "personality animation").absent(kNothing),
-    whole<&HALUserSetting_t::avatarId>("avatar", "avatar", {0, 254}, "picture of the robot").absent(kNothing),
+        .absent(kNothing)
+        .forgotten(),
+    whole<&HALUserSetting_t::colorId>("color", "color", kThreeBits, "personality colour").absent(kNothing).forgotten(),
+    whole<&HALUserSetting_t::animId>("anim", "animation", kThreeBits, "personality animation")
+        .absent(kNothing)
+        .forgotten(),
+    whole<&HALUserSetting_t::avatarId>("avatar", "avatar", {0, 254}, "picture of the robot")
+        .absent(kNothing)
+        .forgotten(),
     real<&HALUserSetting_t::pvolume>("pvolume", "volume", "", {kUnit, Beyond::NotSent}, "personality volume"),
     real<&HALUserSetting_t::peyebright>("peyebright", "eye_brightness", "", {kUnit, Beyond::NotSent},
                                         "personality eye brightness"),
@@ -543,34 +534,53 @@ static_assert(HAL::runsBesideComponents(kRows), "kRows is found by componentInde
 
 }  // namespace
 
-bool LimitCase::holds(HAL::RobotSet robot, const nx_json* params) const
+bool LimitCase::holds(HAL::RobotSet robot, const GivenParams& given) const
 {
     if ((robots & robot) == 0) {
         return false;
     }
-    const auto valueOf = [params](const char* name) { return nx_json_get(params, name)->int_value; };
-    const auto isGiven = [params](const char* name) {
-        return nx_json_get(params, name) != nx_json_get(nullptr, nullptr);
+    const auto valueOf = [this, &given] {
+        const auto value = static_cast<uint64_t>(given.whole(key));
+        return bits < 64 ? value & ((uint64_t{1} << bits) - 1) : value;
     };
     switch (when) {
         case When::Always:
             return true;
         case When::Within:
-            return is.contains(static_cast<double>(valueOf(key)));
+            return is.contains(static_cast<double>(valueOf()));
         case When::NonZero:
-            return valueOf(key) != 0;
+            return valueOf() != 0;
         case When::BothGiven:
-            return isGiven(key) && isGiven(key2);
+            return given.find(key) != nullptr && given.find(key2) != nullptr;
         case When::NotGiven:
-            return !isGiven(key);
+            return given.find(key) == nullptr;
     }
     return false;
 }
 
-const Limits& ParamRow::limitsFor(HAL::RobotSet robot, const nx_json* params) const
+void GivenParams::add(const nx_json* params)
+{
+    mLastNaming = params;
+    ++mNamings;
+    const nx_json* before[kMost] = {};
+    for (size_t i = 0; i < mList.count; ++i) {
+        mParams[i] = mList.rows[i].isForgotten ? nullptr : mParams[i];
+        before[i] = mParams[i];
+    }
+    for (const nx_json* param = params->child; param != nullptr; param = param->next) {
+        if (const ParamRow* row = mList.find(orEmpty(param->key))) {
+            const auto i = static_cast<size_t>(row - mList.rows);
+            if (!row->isFirstOfTwo || mParams[i] == before[i]) {
+                mParams[i] = param;
+            }
+        }
+    }
+}
+
+const Limits& ParamRow::limitsFor(HAL::RobotSet robot, const GivenParams& given) const
 {
     for (size_t i = 0; i < caseCount; ++i) {
-        if (cases[i].holds(robot, params)) {
+        if (cases[i].holds(robot, given)) {
             return cases[i].limits;
         }
     }
@@ -585,6 +595,24 @@ const ParamRow* ParamList::find(const char* key) const
         }
     }
     return nullptr;
+}
+
+uint8_t messageLightBit(int64_t light)
+{
+    switch (light) {
+        case 102:
+            return 1;
+        case 103:
+            return 2;
+        case 101:
+        case 104:
+            return 4;
+        case 106:
+        case 107:
+            return 8;
+        default:
+            return 0;
+    }
 }
 
 const ComponentRow& componentRow(size_t component)

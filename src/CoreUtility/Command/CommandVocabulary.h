@@ -64,6 +64,8 @@ struct Limits {
 };
 constexpr Limits kNotSent = {{}, Beyond::NotSent};
 
+class GivenParams;
+
 /** On which robots, and beside which other parameters of the component, other limits hold. */
 struct LimitCase {
     enum class When : uint8_t { Always, Within, NonZero, BothGiven, NotGiven };
@@ -74,9 +76,9 @@ struct LimitCase {
     const char* key2;  // BothGiven
     Range is;          // Within
     Limits limits;
+    int bits = 64;  // of the field that keeps the other parameter: it is compared as that field has it
 
-    /** params: all parameters of the component; null when nothing is given. */
-    bool holds(HAL::RobotSet robot, const nx_json* params) const;
+    bool holds(HAL::RobotSet robot, const GivenParams& given) const;
 };
 
 /** What the parser needs to know beside the value. */
@@ -124,6 +126,8 @@ struct ParamRow {
     const char* sharedKey = nullptr;   // null: none
     double whenAbsent = 0;             // what counts as given; kNothing: nothing does
     bool isRequired = false;
+    bool isForgotten = false;   // when the component is named again
+    bool isFirstOfTwo = false;  // of two with this key the first counts; of all others the last
 
     constexpr ParamRow(Store store_, ParamKind kind_, const char* key_, const char* name_, const char* unit_,
                        const char* words_, Limits limits_)
@@ -167,8 +171,21 @@ struct ParamRow {
         return row;
     }
 
+    constexpr ParamRow forgotten() const
+    {
+        ParamRow row = *this;
+        row.isForgotten = true;
+        return row;
+    }
+    constexpr ParamRow firstOfTwo() const
+    {
+        ParamRow row = *this;
+        row.isFirstOfTwo = true;
+        return row;
+    }
+
     /** What holds on a robot beside the other parameters of the component. */
-    const Limits& limitsFor(HAL::RobotSet robot, const nx_json* params) const;
+    const Limits& limitsFor(HAL::RobotSet robot, const GivenParams& given) const;
 };
 
 inline const ParamRow* ParamList::begin() const
@@ -180,6 +197,52 @@ inline const ParamRow* ParamList::end() const
 {
     return rows + count;
 }
+
+/** Of all that a document gives of one component, what counts in the end: it may name it twice, and keys too. */
+class GivenParams {
+public:
+    static constexpr size_t kMost = 16;  // parameters in a list
+
+    explicit GivenParams(const ParamList& list) : mList(list) {}
+
+    /** The parameters of one naming, in the order of the document. */
+    void add(const nx_json* params);
+
+    /** Null when it is not given. */
+    const nx_json* find(const ParamRow& row) const
+    {
+        return mParams[&row - mList.rows];
+    }
+    const nx_json* find(const char* key) const
+    {
+        const ParamRow* row = mList.find(key);
+        return row != nullptr ? find(*row) : nullptr;
+    }
+    int64_t whole(const char* key) const
+    {
+        const nx_json* param = find(key);
+        return param != nullptr ? param->int_value : 0;
+    }
+    const ParamList& list() const
+    {
+        return mList;
+    }
+    /** Null before the first. */
+    const nx_json* lastNaming() const
+    {
+        return mLastNaming;
+    }
+    int namings() const
+    {
+        return mNamings;
+    }
+
+private:
+    ParamList mList;
+    const nx_json* mParams[kMost] = {};
+    const nx_json* mLastNaming = nullptr;
+    int mNamings = 0;
+};
 
 /** What the vocabulary adds to a row of HAL::kComponents. */
 struct ComponentRow {
@@ -207,6 +270,9 @@ bool fillComponent(const HAL::Ctlr2BotMsg& message, size_t component, const nx_j
 
 /** The same into a record of the component's kind (for both wheels, a BothWheels). */
 void fillRecord(const ComponentRow& row, void* record, const nx_json* params, const ParseContext& context);
+
+/** The bit of a light that shows messages; 0 for all others. */
+uint8_t messageLightBit(int64_t light);
 
 /** What component 211 is parsed into. */
 struct BothWheels {

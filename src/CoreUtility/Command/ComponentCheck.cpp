@@ -1,11 +1,14 @@
 #include "CoreUtility/Command/ComponentCheck.h"
 
+#include <algorithm>
 #include <cstring>
+#include <deque>
 #include <new>
 #include <string>
 
 #include "CoreUtility/Command/CheckWords.h"
 #include "CoreUtility/Command/CommandVocabulary.h"
+#include "CoreUtility/Command/OutcomeCheck.h"
 #include "CoreUtility/Command/ParamCheck.h"
 #include "CoreUtility/Messages.h"
 #include "CoreUtility/Text.h"
@@ -42,37 +45,83 @@ std::string oneOf(uint32_t robotType)
     return std::string(isVowel ? "an " : "a ") + row->words;
 }
 
-// Which settings one sub-command carries.
-struct SettingKeys {
-    uint64_t bit;
-    const char* keys[2];
-};
-constexpr SettingKeys kSettingKeys[] = {
-    {HAL::kBitSettingName, {"name", nullptr}},
-    {HAL::kBitSettingColorAnim, {"color", "anim"}},
-    {HAL::kBitSettingColor, {"color", nullptr}},
-    {HAL::kBitSettingAnim, {"anim", nullptr}},
-    {HAL::kBitSettingAvatar, {"avatar", nullptr}},
-    {HAL::kBitSettingVolume, {"pvolume", nullptr}},
-    {HAL::kBitSettingEyeBrightness, {"peyebright", nullptr}},
+// What the rows say of a value, with its place, before the library prints it.
+bool isSaidByRows(const std::string& printed)
+{
+    constexpr const char* kSaid[] = {
+        "unrecognized value in json",
+        "error: too many parameter bytes",  // also printed of six, which are right
+        "error: animation scale out of range",  "error: unsupported brightness mode:", "error: personality ",
+        "Parsing LedMsg: message out of range", "Parsing LedMsg: unrecognized LED",
+    };
+    for (const char* said : kSaid) {
+        if (printed.rfind(said, 0) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// A robot of the check's own, and the message that a document becomes.
+struct Run {
+    HAL::RobotHW robot;
+    HAL::Ctlr2BotMsg message;
+
+    explicit Run(uint32_t robotType)
+    {
+        robot._setRobotType(robotType);
+    }
+    void begin()
+    {
+        robot.initComponentsForCtlr2BotMsg(&message);
+        if (message.GetHwData() == nullptr) {
+            throw std::bad_alloc();
+        }
+    }
+    HAL::robot_hw0_cmd_data& data()
+    {
+        return *static_cast<HAL::robot_hw0_cmd_data*>(message.GetHwData());
+    }
+    void add(const ComponentRow* row, const nx_json* member)
+    {
+        const uint32_t id = componentOf(member);
+        if (row != nullptr) {
+            fillComponent(message, static_cast<size_t>(HAL::componentIndex(id)), member, {&robot});
+        }
+        robot.setCommand(message.GetHwData(), id);
+    }
+    // The commands that a component would set on a message without any.
+    uint64_t bitsAlone(uint32_t id)
+    {
+        const uint64_t pending = data().commandMask;
+        data().commandMask = 0;
+        robot.setCommand(message.GetHwData(), id);
+        const uint64_t alone = data().commandMask;
+        data().commandMask = pending;
+        return alone;
+    }
 };
 
 class Checker {
 public:
     Checker(uint32_t robotType, Findings& findings, bool isOfAnimation)
-        : mFindings(findings), mParams(robotType, isOfAnimation, findings), mIsOfAnimation(isOfAnimation)
+        : mFindings(findings),
+          mParams(robotType, isOfAnimation, findings),
+          mRobotType(robotType),
+          mRun(robotType),
+          mEnd(robotType),
+          mIsOfAnimation(isOfAnimation)
     {
-        mRobot._setRobotType(robotType);
     }
 
     void check(const nx_json* root)
     {
-        mRobot.initComponentsForCtlr2BotMsg(&mMessage);
-        mCapture.take();
-        if (mMessage.GetHwData() == nullptr) {
-            throw std::bad_alloc();
+        mRun.begin();
+        mEnd.begin();
+        for (const nx_json* member = root->child; member != nullptr; member = member->next) {
+            lookAhead(member);
         }
-        if (mRobot.getRobotType() == ZK_ROBOT_RUSK && root->child != nullptr) {
+        if (mRobotType == ZK_ROBOT_RUSK && root->child != nullptr) {
             mFindings.remark(0, "a Rusk takes shell commands only: no command packet means anything to it");
         }
         for (const nx_json* member = root->child; member != nullptr; member = member->next) {
@@ -82,11 +131,6 @@ public:
     }
 
 private:
-    HAL::robot_hw0_cmd_data& data()
-    {
-        return *static_cast<HAL::robot_hw0_cmd_data*>(mMessage.GetHwData());
-    }
-
     void remark(const nx_json* node, const std::string& what)
     {
         mFindings.remark(mFindings.offsetOf(node), what);
@@ -95,15 +139,31 @@ private:
     // What the library would have printed, as remarks.
     void remarkPrinted(const nx_json* member)
     {
-        const bool hasSixParams = nx_json_get(member, "params")->length == kBehaviourParams;
         for (const std::string& message : mCapture.take()) {
-            // Said before, with its place; and said of six parameter bytes too, which are right.
-            const bool isUnknownKey = message.rfind("unrecognized value in json", 0) == 0;
-            const bool isTooMany = message == "error: too many parameter bytes" && hasSixParams;
-            if (!isUnknownKey && !isTooMany) {
+            if (!isSaidByRows(message)) {
                 remark(member, message);
             }
         }
+    }
+
+    // Whether a value counts is only known at the end of the document.
+    void lookAhead(const nx_json* member)
+    {
+        const uint32_t id = componentOf(member);
+        const ComponentRow* row = findComponent(id);
+        if (row != nullptr && isFatal(member, mRobotType)) {
+            return;
+        }
+        if (row != nullptr) {
+            GivenParams*& given = mGiven[HAL::componentIndex(id)];
+            if (given == nullptr) {
+                mGivenStore.emplace_back(row->params);
+                given = &mGivenStore.back();
+            }
+            given->add(member);
+        }
+        mEnd.add(row, member);
+        mCapture.take();
     }
 
     void checkComponent(const nx_json* member)
@@ -111,50 +171,89 @@ private:
         const uint32_t id = componentOf(member);
         const int index = HAL::componentIndex(id);
         const ComponentRow* row = findComponent(id);
-        const uint32_t robotType = mRobot.getRobotType();
-        const uint64_t before = data().commandMask;
+        const uint64_t before = mRun.data().commandMask;
         if (row == nullptr) {
-            remark(member, id == ZK_COMPONENT_6001
-                               ? "6001 is reported as unknown, but sends the clock to the robot"
-                               : formatted("%s is no component: ignored", quoted(member->key).c_str()));
+            remark(member, unknownInWords(id, member));
+            mRun.add(nullptr, member);
         } else {
             const char* name = HAL::kComponents[index].words;
             if (std::to_string(id) != orEmpty(member->key)) {
                 remark(member, formatted("%s is read as component %u", quoted(member->key).c_str(), id));
             }
             if (mSeen[index]++ == 1) {
-                remark(member, formatted("%s is named twice: later parameters overwrite earlier ones", name));
+                remark(member, formatted("%s is named twice: %s", name, ofTwoNamings(*row)));
             }
-            if (isFatal(member, robotType)) {
-                refuseMember(member, robotType, mFindings);
+            if (isFatal(member, mRobotType)) {
+                refuseMember(member, mRobotType, mFindings);
                 return;
             }
-            if (HAL::RobotHW_rev0::registersComponent(robotType, id)) {
-                mParams.check(*row, name, member);
-                fillComponent(mMessage, static_cast<size_t>(index), member, {&mRobot});
-                remarkPrinted(member);
-                checkAccepted(id, member, name);
-            } else {
-                remarkWithoutRecord(id, member, name);
-            }
+            checkKnown(*row, name, member);
         }
-        mRobot.setCommand(mMessage.GetHwData(), id);
         remarkPrinted(member);
         for (int bit = 0; bit < 64; ++bit) {
-            if (((data().commandMask & ~before) >> bit & 1) != 0) {
+            if (((mRun.data().commandMask & ~before) >> bit & 1) != 0) {
                 mOrigin[bit] = mFindings.offsetOf(member);
             }
         }
-        checkUnwritten(id, member);
+    }
+
+    static const char* ofTwoNamings(const ComponentRow& row)
+    {
+        const bool hasLights = std::any_of(row.params.begin(), row.params.end(),
+                                           [](const ParamRow& param) { return param.kind == ParamKind::Lights; });
+        return row.params.count == 0 ? "it is sent once"
+               : hasLights           ? "later parameters overwrite earlier ones, but the lights of both are meant"
+                                     : "later parameters overwrite earlier ones";
+    }
+
+    static std::string unknownInWords(uint32_t id, const nx_json* member)
+    {
+        return id == ZK_COMPONENT_6001  ? "6001 is reported as unknown, but sends the clock to the robot"
+               : id == ZK_COMPONENT_305 ? "305 is reported as unknown, and nothing is sent of it"
+                                        : formatted("%s is no component: ignored", quoted(member->key).c_str());
+    }
+
+    void checkKnown(const ComponentRow& row, const char* name, const nx_json* member)
+    {
+        const GivenParams& given = *mGiven[HAL::componentIndex(row.id)];
+        const Outcome outcome = {mEnd.data(), given, mEnd.bitsAlone(row.id), mFindings};
+        mCapture.take();
+        const bool isRead = HAL::RobotHW_rev0::registersComponent(mRobotType, row.id);
+        if (isRead) {
+            const bool isSettings = row.id == ZK_COMPONENT_USER_SETTINGS;
+            mParams.check(row, name, member, given, [&outcome, isSettings](const nx_json* param) {
+                return isSettings && isBeatenSetting(param, outcome);
+            });
+        } else {
+            remarkWithoutRecord(row.id, member, name);
+        }
+        const uint64_t before = mRun.data().commandMask;
+        mRun.add(&row, member);
+        mBits[HAL::componentIndex(row.id)] |= mRun.data().commandMask & ~before;
+        if (isRead) {
+            remarkPrinted(member);
+            checkAccepted(row.id, member, name);
+        }
+        if (member != given.lastNaming()) {
+            return;
+        }
+        if (isRead) {
+            checkOutcome(row.id, outcome);
+        }
+        if (row.id == ZK_COMPONENT_EYE_RING && lacksBrightness(outcome)) {
+            mEyeWithoutBrightness = member;
+        } else if (row.id == ZK_COMPONENT_PAMPLEMOUSSE_START && isRead) {
+            checkBehaviourBytes(row, member);
+        }
+        mLeftOver |= mBits[HAL::componentIndex(row.id)] & ~outcome.ownBits & ~HAL::kBitVolume;  // whose value is told
     }
 
     void checkAccepted(uint32_t id, const nx_json* member, const char* name)
     {
-        const bool accepted = mRobot.validCommandComponentIndex(static_cast<ZKComponentId>(id));
+        const bool accepted = mRun.robot.validCommandComponentIndex(static_cast<ZKComponentId>(id));
         mCapture.take();
         if (!accepted) {
-            remark(member, formatted("%s is no part of %s, but is sent all the same", name,
-                                     oneOf(mRobot.getRobotType()).c_str()));
+            remark(member, formatted("%s is no part of %s, but is sent all the same", name, oneOf(mRobotType).c_str()));
         }
     }
 
@@ -165,81 +264,34 @@ private:
             return;
         }
         const bool isBehaviour = id == ZK_COMPONENT_PAMPLEMOUSSE_START || id == ZK_COMPONENT_PAMPLEMOUSSE_STOP;
-        remark(member, formatted("%s is no part of %s: %s", name, oneOf(mRobot.getRobotType()).c_str(),
+        remark(member, formatted("%s is no part of %s: %s", name, oneOf(mRobotType).c_str(),
                                  isBehaviour ? "nothing is sent"
                                              : "its parameters are ignored, and what is sent of it is zero"));
     }
 
-    // What is sent, or lost, although nobody wrote it so.
-    void checkUnwritten(uint32_t id, const nx_json* member)
+    // What an earlier naming has put into the six bytes stays where the last one puts nothing.
+    void checkBehaviourBytes(const ComponentRow& row, const nx_json* member)
     {
-        const HAL::robot_hw0_cmd_data& records = data();
-        if (id == ZK_COMPONENT_SPEAKER) {
-            if (!hasMember(member, "volume") && records.speaker.volume == 0) {
-                remark(member, "speaker without \"volume\": volume 0 is sent");
-            }
-            const nx_json* volume = nx_json_get(member, "volume");
-            if (volume->dbl_value > 1) {
-                remark(volume, records.speaker.volume > 100 ? "\"volume\" outside 0 to 1 is not sent"
-                                                            : "\"volume\" outside 0 to 1: it is limited");
-            }
-        } else if (id == ZK_COMPONENT_EYE_RING) {
-            const bool hasAnimation = hasMember(member, "animation");
-            const bool hasIndex = hasMember(member, "index");
-            if (!hasAnimation && !hasIndex && records.eyeRing.animationId == 0) {
-                remark(member, "eye ring without \"animation\" or \"index\": animation 0 is sent");
-            }
-            if (!hasMember(member, "brightness") && records.eyeRing.brightnessMode == 0 &&
-                records.eyeRing.brightness == 0) {
-                mEyeWithoutBrightness = member;  // a remark, unless the combined packet takes it along
-            }
-        } else if (id == ZK_COMPONENT_USER_SETTINGS) {
-            checkSettings(member);
+        HALPamplemousse_t alone = {};
+        fillRecord(row, &alone, member, {&mRun.robot});
+        mCapture.take();
+        const uint8_t* sent = mEnd.data().pamplemousseStart.params;
+        int count = 0;
+        for (int i = 0; i < kBehaviourParams; ++i) {
+            count += sent[i] != alone.params[i] ? 1 : 0;
         }
-    }
-
-    void checkSettings(const nx_json* member)
-    {
-        const uint64_t bits = data().commandMask & HAL::kSettingBits;
-        bool anyGivenIsSent = false;
-        for (const SettingKeys& setting : kSettingKeys) {
-            const bool sent = (bits & setting.bit) != 0;
-            for (const char* key : setting.keys) {
-                if (key != nullptr && sent && !hasMember(member, key)) {
-                    remark(member, formatted("\"%s\" is sent though it is not given", key));
-                }
-                anyGivenIsSent = anyGivenIsSent || (key != nullptr && sent && hasMember(member, key));
-            }
-        }
-        for (const nx_json* param = member->child; param != nullptr; param = param->next) {
-            bool known = false;
-            bool sent = false;
-            for (const SettingKeys& setting : kSettingKeys) {
-                for (const char* key : setting.keys) {
-                    if (key != nullptr && std::strcmp(key, orEmpty(param->key)) == 0) {
-                        known = true;
-                        sent = sent || (bits & setting.bit) != 0;
-                    }
-                }
-            }
-            // Above 1 on purpose: that is how the eye brightness is reached.
-            const bool makesWay = std::strcmp(orEmpty(param->key), "pvolume") == 0 && param->dbl_value > 1 &&
-                                  (bits & HAL::kBitSettingEyeBrightness) != 0;
-            if (known && !sent && !makesWay) {
-                const bool isNotGiven = isNumber(*param) && param->int_value >= kSettingNotGiven;
-                remark(param,
-                       formatted(anyGivenIsSent && !isNotGiven ? "\"%s\" is not sent: one message carries one setting"
-                                                               : "\"%s\" is not sent: this value counts as not given",
-                                 param->key));
-            }
+        if (count > 0) {
+            remark(member,
+                   formatted("of the six bytes of behaviour start, %d are still those of an earlier naming", count));
         }
     }
 
     void checkPacking()
     {
         HAL::PackTrace trace;
+        HAL::robot_hw0_cmd_data& data = mRun.data();
         bool eyeBrightnessIsSent = false;
-        HAL::RobotHW_rev0::pack(&mMessage, &mRobot, &trace);
+        HAL::RobotHW_rev0::pack(&mRun.message, &mRun.robot, &trace);
         for (const HAL::PackedCommand& command : trace) {
             const size_t origin = originOf(command.bits);
             if (command.placement == Placement::NoRoom) {
@@ -247,6 +299,10 @@ private:
             } else if (command.placement == Placement::Packet2 && !mIsOfAnimation) {
                 mFindings.remark(origin,
                                  formatted("%s goes into a third packet, which json2Packets drops", command.words));
+            } else if ((command.bits & mLeftOver) != 0 && command.placement != Placement::NotPending) {
+                mFindings.remark(origin, formatted("%s is sent too, for an earlier naming, with what the last one "
+                                                   "leaves of its values",
+                                                   command.words));
             }
             eyeBrightnessIsSent = eyeBrightnessIsSent || (command.bits & HAL::kBitEyeBrightness) != 0;
             if ((command.swallowed & HAL::kBitLed105) != 0) {
@@ -259,10 +315,10 @@ private:
                                  "eye brightness is not sent: the combined packet has no place for it");
             }
         }
-        if (mEyeWithoutBrightness != nullptr && eyeBrightnessIsSent && data().eyeRing.brightness == 0) {
+        if (mEyeWithoutBrightness != nullptr && eyeBrightnessIsSent && data.eyeRing.brightness == 0) {
             remark(mEyeWithoutBrightness, "eye ring without \"brightness\": brightness 0 is sent");
         }
-        const uint64_t left = data().commandMask & HAL::kWheelBits;
+        const uint64_t left = data.commandMask & HAL::kWheelBits;
         if (left != 0) {
             mFindings.remark(originOf(left), "one wheel without the other: nothing is sent to the wheels");
         }
@@ -282,12 +338,17 @@ private:
     ZKHAL::MessageCapture mCapture;
     Findings& mFindings;
     ParamCheck mParams;
-    HAL::RobotHW mRobot;
-    HAL::Ctlr2BotMsg mMessage;
+    uint32_t mRobotType;
+    Run mRun;  // member by member, as the walk comes to them
+    Run mEnd;  // all of the document
+    std::deque<GivenParams> mGivenStore;
+    GivenParams* mGiven[HAL::kComponentCount] = {};
     bool mIsOfAnimation;  // which takes all three packets
     size_t mOrigin[64] = {};
+    uint64_t mLeftOver = 0;  // commands of earlier namings that the last one would not set
     const nx_json* mEyeWithoutBrightness = nullptr;
     int mSeen[HAL::kComponentCount] = {};
+    uint64_t mBits[HAL::kComponentCount] = {};  // that the namings of a component have set
 };
 
 }  // namespace

@@ -1,10 +1,13 @@
 #include "CoreUtility/Command/ParamCheck.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "CoreUtility/Command/Behaviours.h"
 #include "CoreUtility/Command/CheckWords.h"
 #include "CoreUtility/Messages.h"
+#include "CoreUtility/Numbers.h"
+#include "CoreUtility/Text.h"
 #include "HAL/RobotHardware/RobotHW_rev0.h"
 
 namespace APICore {
@@ -15,11 +18,16 @@ using When = LimitCase::When;
 
 namespace {
 
-// "params" with six bytes goes before all named values of a behaviour.
+// "params" with six bytes goes before all named values of a behaviour; of several lists the last decides.
 bool givesAllBytes(const nx_json* params)
 {
-    const nx_json* bytes = nx_json_get(params, kBehaviourBytesKey);
-    return bytes->type == NX_JSON_ARRAY && bytes->length >= kBehaviourParams;
+    bool all = false;
+    for (const nx_json* param = params->child; param != nullptr; param = param->next) {
+        if (param->type == NX_JSON_ARRAY && std::strcmp(orEmpty(param->key), kBehaviourBytesKey) == 0) {
+            all = param->length >= kBehaviourParams;
+        }
+    }
+    return all;
 }
 
 bool isNamedBehaviourValue(const char* key)
@@ -59,53 +67,88 @@ ParamCheck::ParamCheck(uint32_t robotType, bool isOfAnimation, Findings& finding
 {
 }
 
-void ParamCheck::check(const ComponentRow& row, const char* words, const nx_json* member)
+void ParamCheck::check(const ComponentRow& row, const char* words, const nx_json* member, const GivenParams& given,
+                       const std::function<bool(const nx_json*)>& isBeaten)
 {
     mMember = member;
     mComponent = row.id;
+    mIsBeaten = isBeaten;
     if (row.params.count != 0) {  // else naming it is the command, whatever the value
-        checkList(row.params, member, words);
+        checkList(given, member, words);
     }
+    mIsBeaten = nullptr;
 }
 
-void ParamCheck::checkList(const ParamList& list, const nx_json* params, const char* owner)
+void ParamCheck::checkList(const GivenParams& given, const nx_json* params, const char* owner)
 {
     if (params->type != NX_JSON_OBJECT) {
         remark(params, formatted("%s: its value is %s and no object: no parameter is read", owner, kindOf(*params)));
         return;
     }
-    uint32_t given = 0, repeated = 0;
+    uint32_t seen = 0, repeated = 0;
     for (const nx_json* param = params->child; param != nullptr; param = param->next) {
-        const ParamRow* row = list.find(orEmpty(param->key));
+        const ParamRow* row = given.list().find(orEmpty(param->key));
         if (row == nullptr) {
             remark(param, formatted("%s is no parameter of %s: ignored", quoted(param->key).c_str(), owner));
             continue;
         }
-        const uint32_t bit = uint32_t{1} << (row - list.rows);
-        if ((given & bit) != 0 && (repeated & bit) == 0) {
-            remark(param, formatted("%s is given twice", quoted(param->key).c_str()));
+        const uint32_t bit = uint32_t{1} << (row - given.list().rows);
+        if ((seen & bit) != 0 && (repeated & bit) == 0) {
+            remarkTwice(*row, param, params);
         }
-        repeated |= given & bit;
-        given |= bit;
-        checkParam(*row, param, params, owner);
+        repeated |= seen & bit;
+        seen |= bit;
+        // The lights of several lists are joined; of all others one counts, and where it stands was told.
+        const nx_json* counts = given.find(*row);
+        if (counts == param || row->kind == ParamKind::Lights) {
+            checkParam(*row, param, given, owner);
+        } else if (counts == nullptr) {
+            remark(param, formatted("\"%s\" is lost: %s is named again", row->key, owner));
+        }
     }
 }
 
-void ParamCheck::checkParam(const ParamRow& row, const nx_json* param, const nx_json* params, const char* owner)
+void ParamCheck::remarkTwice(const ParamRow& row, const nx_json* param, const nx_json* params)
 {
-    if (isSent(row, param, params, owner) && !isLost(row, param)) {
-        checkKind(row, param, row.limitsFor(mRobot, params));
+    const std::string key = quoted(row.key);
+    if (row.isFirstOfTwo) {
+        remark(param, formatted("%s is lost: it is given twice, and the first counts", key.c_str()));
+        return;
+    }
+    remark(param, formatted(row.kind == ParamKind::Lights ? "%s is given twice: the lights of both are meant"
+                                                          : "%s is given twice",
+                            key.c_str()));
+    if (row.kind != ParamKind::Bytes) {
+        return;
+    }
+    int longest = 0, last = 0;
+    for (const nx_json* list = params->child; list != nullptr; list = list->next) {
+        if (list->type == NX_JSON_ARRAY && std::strcmp(orEmpty(list->key), row.key) == 0) {
+            longest = std::max(longest, std::min<int>(list->length, kBehaviourParams));
+            last = list->length;
+        }
+    }
+    if (last < longest) {
+        remark(param, formatted("%s: behind its last list, bytes of an earlier one are sent", key.c_str()));
     }
 }
 
-bool ParamCheck::isSent(const ParamRow& row, const nx_json* param, const nx_json* params, const char* owner)
+void ParamCheck::checkParam(const ParamRow& row, const nx_json* param, const GivenParams& given, const char* owner)
+{
+    const bool isBeaten = mIsBeaten != nullptr && row.kind != ParamKind::Text && isNumber(*param) && mIsBeaten(param);
+    if (!isBeaten && isSent(row, param, given, owner) && !isLost(row, param)) {
+        checkKind(row, param, row.limitsFor(mRobot, given));
+    }
+}
+
+bool ParamCheck::isSent(const ParamRow& row, const nx_json* param, const GivenParams& given, const char* owner)
 {
     const bool isStart = mComponent == ZK_COMPONENT_PAMPLEMOUSSE_START;
-    if (isStart && givesAllBytes(params) && isNamedBehaviourValue(row.key)) {
+    if (isStart && isNamedBehaviourValue(row.key) && givesAllBytes(given.lastNaming())) {
         remark(param, formatted("\"%s\" is lost: \"%s\" takes its place", row.key, kBehaviourBytesKey));
         return false;
     }
-    if (row.limitsFor(mRobot, params).isSent()) {
+    if (row.limitsFor(mRobot, given).isSent()) {
         return true;
     }
     // Puppet sequences always write a time for the head.
@@ -114,9 +157,9 @@ bool ParamCheck::isSent(const ParamRow& row, const nx_json* param, const nx_json
     }
     for (size_t i = 0; i < row.caseCount; ++i) {
         const LimitCase& reason = row.cases[i];
-        if (reason.holds(mRobot, params)) {
+        if (reason.holds(mRobot, given)) {
             const BehaviourRow* behaviour =
-                isStart ? findBehaviour(nx_json_get(params, kBehaviourIdKey)->int_value) : nullptr;
+                isStart ? findBehaviour(ZKHAL::low16(given.whole(kBehaviourIdKey))) : nullptr;
             const std::string sender = behaviour != nullptr ? formatted("behaviour %u", behaviour->id) : owner;
             remark(param, formatted("\"%s\" is not sent by %s", row.key, sender.c_str()) + inWords(reason));
             break;
@@ -173,7 +216,7 @@ void ParamCheck::checkKind(const ParamRow& row, const nx_json* param, const Limi
             checkName(row, param, limits);
             break;
         case ParamKind::Object:
-            checkList(row.members, param, param->key);
+            checkTone(row, param);
             break;
         case ParamKind::Bytes:
         case ParamKind::Lights:
@@ -181,15 +224,16 @@ void ParamCheck::checkKind(const ParamRow& row, const nx_json* param, const Limi
             checkElements(row, param, limits);
             break;
         case ParamKind::EyeBrightness:
-            if (param->type != NX_JSON_ARRAY) {
-                checkEyeBrightness(key, param, *param);
-            }
-            for (const nx_json* each = param->type == NX_JSON_ARRAY ? param->child : nullptr; each != nullptr;
-                 each = each->next) {
-                checkEyeBrightness(key, param, *each);
-            }
+            checkEyeBrightness(key, param);
             break;
     }
+}
+
+void ParamCheck::checkTone(const ParamRow& row, const nx_json* param)
+{
+    GivenParams given(row.members);
+    given.add(param);
+    checkList(given, param, param->key);
 }
 
 void ParamCheck::checkWhole(const std::string& key, const nx_json* place, const nx_json& value, const Limits& limits)
@@ -214,6 +258,9 @@ void ParamCheck::checkReal(const std::string& key, const nx_json* place, double 
 void ParamCheck::remarkBeyond(const std::string& key, const nx_json* place, const std::string& value, double number,
                               const Limits& limits)
 {
+    if (mComponent == ZK_COMPONENT_SPEAKER) {
+        return;  // what is packed decides what there is to say of the volume
+    }
     std::string outcome = " and does not arrive whole";
     switch (limits.beyond) {
         case Beyond::LowBits:
@@ -238,32 +285,101 @@ void ParamCheck::remarkBeyond(const std::string& key, const nx_json* place, cons
                outcome);
 }
 
-// Elements or members that are no numbers read as 0; one finding for all.
+// One finding for each kind of fault.
 void ParamCheck::checkElements(const ParamRow& row, const nx_json* param, const Limits& limits)
 {
     const std::string key = quoted(row.key);
-    for (const nx_json* each = param->child; each != nullptr; each = each->next) {
-        if (!isNumber(*each) && each->type != NX_JSON_BOOL) {
-            remark(param, formatted("%s: %s in it is read as 0", key.c_str(), kindOf(*each)));
-            return;
+    const bool isEye = row.kind == ParamKind::EyeLights;
+    const bool isBytes = row.kind == ParamKind::Bytes;
+    const bool isList = param->type == NX_JSON_ARRAY;
+    const int most = isBytes ? kBehaviourParams : isEye && isList ? _ZK_EYE_LED_COUNT : param->length;
+    std::string kind, fraction, range;
+    int count = 0;
+    for (const nx_json* each = param->child; each != nullptr && count < most; each = each->next, ++count) {
+        const auto whole = static_cast<long long>(each->int_value);
+        if (!isNumber(*each)) {
+            const bool isTold = !kind.empty() || each->type == NX_JSON_BOOL;
+            kind = isTold ? kind : formatted("%s in it is read as 0", kindOf(*each));
+            continue;
         }
-        if (isNumber(*each) && each->dbl_value != static_cast<double>(each->int_value)) {
-            remark(param, formatted("%s: %g in it is read as the whole number %lld", key.c_str(), each->dbl_value,
-                                    static_cast<long long>(each->int_value)));
-            return;
+        if (fraction.empty() && each->dbl_value != static_cast<double>(whole)) {
+            fraction = formatted("%g in it is read as the whole number %lld", each->dbl_value, whole);
         }
-        if (row.kind == ParamKind::Bytes && !limits.range.contains(static_cast<double>(each->int_value))) {
-            remark(param, formatted("%s: %lld in it is outside %g to %g and does not arrive whole", key.c_str(),
-                                    static_cast<long long>(each->int_value), limits.range.low, limits.range.high));
-            return;
+        if (!range.empty() || limits.range.contains(static_cast<double>(whole))) {
+            continue;
+        }
+        if (isBytes) {
+            range = formatted("%lld in it is outside %g to %g and does not arrive whole", whole, limits.range.low,
+                              limits.range.high);
+        } else if (isEye) {
+            range = formatted("%lld in it counts as %d", whole, whole > 0 ? 1 : 0);
         }
     }
-    if (row.kind == ParamKind::EyeLights && param->type == NX_JSON_ARRAY && param->length > _ZK_EYE_LED_COUNT) {
-        remark(param, formatted("%s: only the first 12 elements are lights", key.c_str()));
+    for (const std::string& fault : {kind, fraction, range}) {
+        if (!fault.empty()) {
+            remark(param, key + ": " + fault);
+        }
+    }
+    if (isList && param->length > most) {
+        remark(param, formatted(isEye ? "%s: only the first %d elements are lights"
+                                      : "%s: only the first %d elements are sent",
+                                key.c_str(), most));
+    }
+    if (row.kind == ParamKind::Lights && isList) {
+        checkMessageLights(param);
+    } else if (isEye && param->type == NX_JSON_OBJECT) {
+        checkEyeLightNumbers(param);
     }
 }
 
-void ParamCheck::checkEyeBrightness(const std::string& key, const nx_json* place, const nx_json& value)
+void ParamCheck::checkMessageLights(const nx_json* param)
+{
+    for (const nx_json* each = param->child; each != nullptr; each = each->next) {
+        const bool isToldAsKind = !isNumber(*each) && each->type != NX_JSON_BOOL;
+        if (!isToldAsKind && messageLightBit(each->int_value) == 0) {
+            remark(param, formatted("%s: %lld is no light that shows messages", quoted(param->key).c_str(),
+                                    static_cast<long long>(each->int_value)));
+            return;
+        }
+    }
+}
+
+// Of an object of eye lights: names that are read as other numbers, and lights that are given twice.
+void ParamCheck::checkEyeLightNumbers(const nx_json* param)
+{
+    const std::string key = quoted(param->key);
+    bool isOn[_ZK_EYE_LED_COUNT + 1] = {}, isOff[_ZK_EYE_LED_COUNT + 1] = {};
+    for (const nx_json* each = param->child; each != nullptr; each = each->next) {
+        const int number = ZKHAL::decimalPrefix(each->key);
+        const std::string name = quoted(each->key);
+        if (number < 1 || number > _ZK_EYE_LED_COUNT) {
+            remark(each, formatted("%s: the eye ring has no light %s", key.c_str(), name.c_str()));
+            continue;
+        }
+        if (std::to_string(number) != orEmpty(each->key)) {
+            remark(each, formatted("%s: %s is read as light %d", key.c_str(), name.c_str(), number));
+        }
+        (each->int_value > 0 ? isOn : isOff)[number] = true;
+        if (isOn[number] && isOff[number]) {
+            remark(each, formatted("%s: light %d is given twice, and is on", key.c_str(), number));
+        }
+    }
+}
+
+void ParamCheck::checkEyeBrightness(const std::string& key, const nx_json* param)
+{
+    if (param->type != NX_JSON_ARRAY) {
+        checkEyeLevel(key, param, *param);
+    } else if (param->length != 1 && param->length != 4) {
+        remark(param, formatted("%s: a list of %d is not read: 255 is sent", key.c_str(), param->length));
+    } else {
+        for (const nx_json* each = param->child; each != nullptr; each = each->next) {
+            checkEyeLevel(key, param, *each);
+        }
+    }
+}
+
+void ParamCheck::checkEyeLevel(const std::string& key, const nx_json* place, const nx_json& value)
 {
     if (!isNumber(value)) {
         remark(place, formatted("%s is %s: read as 0", key.c_str(), kindOf(value)));

@@ -96,6 +96,7 @@ constexpr ParamRow level(const char* key, const char* name, const char* words)
 template <size_t kCount>
 constexpr ParamList listOf(const ParamRow (&rows)[kCount])
 {
+    static_assert(kCount <= GivenParams::kMost, "what is given of a list is kept beside its rows");
     return {rows, kCount};
 }
 

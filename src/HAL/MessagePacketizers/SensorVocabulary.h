@@ -155,13 +155,15 @@ inline constexpr SensorValueRow kGyroValues[] = {
     detail::real("y", "rad/s", -8.732, 8.727, "turning"),
 };
 inline constexpr SensorValueRow kDistanceValues[] = {
-    detail::real("cm", "cm", 0, 100, "to the nearest obstacle, by a calibration table"),
+    // A host may add samples to the tables, hence the room above 50.
+    detail::real("cm", "cm", 0, 100, "to the nearest obstacle; 2.5, rear 5, to 50 unless a host sets other tables"),
     detail::whole("refl", 0, 255, "reflected light, as measured"),
 };
-inline constexpr SensorValueRow kWheelValues[] = {detail::real("cm", "cm", 0, 0, "travelled since the first report")};
+inline constexpr SensorValueRow kWheelValues[] = {
+    detail::real("cm", "cm", 0, 0, "travelled, from what the robot's counter showed at first")};
 inline constexpr SensorValueRow kMicrophoneValues[] = {
     detail::real("amp", "", 0, 1, "loudness"),
-    {"mictconf", SensorKind::Whole, "", 10, 255, "how sure the direction is", true},
+    {"mictconf", SensorKind::Whole, "", 11, 255, "how sure the direction is", true},
     {"mictdir", SensorKind::Real, "rad", -3.1416, 3.1416, "where the sound came from", true},
     detail::flagValue("clap", "a clap was heard"),
 };
@@ -185,10 +187,10 @@ inline constexpr SensorValueRow kBeaconV2Values[] = {
 inline constexpr SensorValueRow kAttitudeValues[] = {
     detail::real("attitudeRoll", "degrees", -180, 180, "leaning to a side"),
     detail::real("attitudePitch", "degrees", -180, 180, "leaning forward or back"),
-    detail::real("attitudeSlope", "degrees", -180, 180, "of the floor"),
+    detail::real("attitudeSlope", "degrees", 0, 180, "of the floor"),
     detail::whole("rollType", 0, 2, "0 level, 1 beyond 15 degrees, 2 beyond -15"),
     detail::whole("pitchType", 0, 2, "the same"),
-    detail::whole("slopeType", 0, 2, "the same"),
+    detail::whole("slopeType", 0, 1, "0 level, 1 beyond 15 degrees"),
 };
 inline constexpr SensorValueRow kFlagValues[] = {detail::flagValue("flag", "whether it is so")};
 inline constexpr SensorValueRow kRawValues[] = {{"data", SensorKind::Bytes, "", 0, 255, "the 20 bytes of the packet"}};
