@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "ZKHAL/ZKExport.h"
+
 namespace ZKHAL {
 
 struct ReadReal {
@@ -12,7 +14,7 @@ struct ReadReal {
 
 // What std::strtod() reads of a decimal: digits with a point among them, an exponent; a minus sign before. No blanks,
 // no plus sign, no words. Beyond the range the infinities and 0.
-ReadReal readReal(const char* text);
+ZK_API ReadReal readReal(const char* text);  // for the simulator, a library of its own
 
 // The same of a hexadecimal without a sign; text begins with "0x" and a digit.
 ReadReal readHexadecimalReal(const char* text);

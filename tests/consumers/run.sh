@@ -64,9 +64,9 @@ if [ "$shared" = ON ]; then
 
   # What an installed header declares can be linked.
   if command -v python3 >"$work/log"; then
-    nm -C --defined-only "$work/prefix/lib/libZKHALSimulator.a" | sed -n 's/(.*//; s/^[0-9a-f]* [A-Z] //p' \
-      >"$work/simulator_functions"
-    sed 's/\[abi:cxx11\]//g' "$work/exported" "$work/simulator_functions" | sort -u >"$work/linkable"
+    nm -C --defined-only "$work"/prefix/lib/libZKHAL?*.a | sed -n 's/(.*//; s/^[0-9a-f]* [A-Z] //p' \
+      >"$work/static_functions"
+    sed 's/\[abi:cxx11\]//g' "$work/exported" "$work/static_functions" | sort -u >"$work/linkable"
     "$source/tests/consumers/declared" "$work/prefix/include" |
       grep -vE "$([ "$sound" = ON ] && echo '^$' || echo 'Sound|aflib')" | sort >"$work/declared"
     if [ ! -s "$work/declared" ] || comm -23 "$work/declared" "$work/linkable" | grep .; then
