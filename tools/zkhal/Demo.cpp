@@ -242,7 +242,7 @@ private:
         } else {
             drawSenses(drives, charts);
         }
-        writeFile(mOptions.svg, drawPicture("A lesson with " + shown(mOptions.robot.who[0]), charts));
+        writeFile(mOptions.svg, drawPicture("A lesson with " + shown(mSession.name()), charts));
         std::printf("the picture is %s\n", mOptions.svg.c_str());
     }
 

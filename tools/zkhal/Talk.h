@@ -39,6 +39,10 @@ public:
     {
         return mRadio.hub().now();
     }
+    std::string name() const
+    {
+        return mSession.info().name;
+    }
     uint32_t type() const
     {
         return mSession.info().type;
