@@ -1,5 +1,7 @@
 // Sessions with robots: over virtual ones behind bad links, and over captures.
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <set>
@@ -364,6 +366,47 @@ TEST_F(SessionTest, ACaptureGivesTheDocumentsThatWereRecorded)
             EXPECT_LT(second.reports.size(), log.reports.size());  // in its own time
         }
     }
+}
+
+// Which packets a document was made of: "2" the first one of report 2, "2+2" both.
+std::string packetsOf(const std::string& json)
+{
+    std::string numbers;
+    for (const char* key : {"\"5101\":{\"data\":[", "\"5102\":{\"data\":["}) {
+        const size_t place = json.find(key);
+        if (place != std::string::npos) {
+            numbers +=
+                (numbers.empty() ? "" : "+") + std::to_string(std::stoi(json.substr(place + std::strlen(key))) >> 4);
+        }
+    }
+    return numbers;
+}
+
+TEST(CaptureTest, PacketsOfAReportMeetByTheirNumber)
+{
+    // Seconds, the characteristic's digit, the number.
+    const struct {
+        double seconds;
+        char channel;
+        char number;
+    } kPackets[] = {{0.1, '3', '0'},  {0.11, '6', '0'}, {0.2, '3', '1'},  {0.3, '3', '2'},  {0.31, '6', '2'},
+                    {0.32, '6', '2'}, {0.4, '6', '3'},  {0.41, '3', '3'}, {0.5, '6', '5'},  {0.51, '3', '4'},
+                    {0.6, '6', '6'},  {0.7, '3', '7'},  {0.71, '6', '8'}, {0.72, '3', '8'}, {0.73, '3', '9'}};
+    std::string text = "0 * connected\n";
+    for (const auto& each : kPackets) {
+        text += std::to_string(each.seconds) + " < AF23000" + each.channel + ' ' + each.number + std::string(39, '0') +
+                '\n';
+    }
+    std::string error;
+    CaptureTransport replay(readCapture(text, error), Pace::Fast, ZK_ROBOT_ORVIK);
+    ASSERT_EQ(error, "");
+    Log log;
+    Hub hub(replay);
+    hub.open("capture", {}, &log);
+    hub.run(2);
+    std::vector<std::string> packets;
+    std::transform(log.reports.begin(), log.reports.end(), std::back_inserter(packets), packetsOf);
+    EXPECT_EQ(packets, (std::vector<std::string>{"0+0", "1", "2+2", "3+3", "4", "7", "8+8", "9"}));
 }
 
 TEST(CaptureTest, LinesAreReadWithTheirFaults)
