@@ -240,8 +240,9 @@ void RobotSession::step(double now)
             if (now >= mDeadline) {
                 mHub.transport().disconnect(mRobot);
                 mPause = std::max(mPause, kSlowestGoodbye);  // what is told of this connection is not of the next one
-                onLost({ErrorCode::TimedOut, "connecting takes too long",
-                        "bring the robot nearer, or switch it off and on"});
+                onLost(mIsWished ? Error()
+                                 : Error{ErrorCode::TimedOut, "connecting takes too long",
+                                         "bring the robot nearer, or switch it off and on"});
             }
             break;
         case SessionState::Pausing:
