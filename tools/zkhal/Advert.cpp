@@ -9,6 +9,7 @@
 #include "HAL/RobotHardware/RobotHW.h"
 #include "HexText.h"
 #include "JsonWriter.h"
+#include "RobotOption.h"
 #include "ZKHAL/Vocabulary.h"
 
 namespace zkhal {
@@ -20,7 +21,6 @@ struct CodeName {
     const char* name;
 };
 constexpr CodeName kModes[] = {{Kestrel::kModeBootloader, "bootloader"}, {Kestrel::kModeApplication, "application"}};
-constexpr CodeName kLevels[] = {{0, "empty"}, {1, "very low"}, {2, "low"}, {10, "medium"}, {20, "full"}};
 constexpr CodeName kCharges[] = {{0, "not charging"}, {1, "charging"}, {2, "charging"}};  // a Quill has two ways
 
 template <size_t kCount>
@@ -70,7 +70,7 @@ int advert(const std::string& hex, const std::string& name)
         out.add("language", HAL::RobotHW::langStringFromID(advertised.localeId));
     }
     out.add("batteryLevel", advertised.batteryLevel);
-    out.add("battery", nameOf(kLevels, advertised.batteryLevel));
+    out.add("battery", batteryInWords(advertised.batteryLevel));
     out.add("chargeMode", advertised.chargeMode);
     out.add("charge", nameOf(kCharges, advertised.chargeMode));
     out.add("usbConnected", advertised.isCharging);

@@ -44,4 +44,22 @@ CLI::Validator finiteRange(double low, double high)
         range);
 }
 
+const char* batteryInWords(uint32_t level)
+{
+    switch (level) {
+        case 0:
+            return "empty";
+        case 1:
+            return "very low";
+        case 2:
+            return "low";
+        case 10:
+            return "medium";
+        case 20:
+            return "full";
+        default:
+            return "unknown";
+    }
+}
+
 }  // namespace zkhal

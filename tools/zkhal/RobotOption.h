@@ -15,4 +15,7 @@ std::string robotName(uint32_t robotType);
 // For real options: a number from low to high. Not-a-number is none.
 CLI::Validator finiteRange(double low, double high);
 
+// An advertised battery level: "full".
+const char* batteryInWords(uint32_t level);
+
 }  // namespace zkhal

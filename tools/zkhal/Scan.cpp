@@ -36,11 +36,6 @@ const char* familyOf(uint32_t type)
     return ZKFindRobotType(std::to_string(type).c_str(), &info) ? info.words : "unrecognised";
 }
 
-const char* batteryInWords(uint32_t level)
-{
-    return level == 20 ? "full" : level == 10 ? "medium" : level == 2 ? "low" : level <= 1 ? "empty" : "?";
-}
-
 std::string firmwareOf(const ZKRobotInfo& info)
 {
     const uint8_t* version = info.firmwareVersion;
